@@ -1,0 +1,34 @@
+// _ZEBFAULT_
+// Binding of the player engine: one static pointer per export, named like the export, written
+// only by LoadLib. A pointer whose export is missing stays null; every caller tests it.
+#ifndef CLS_ZEB_PLAYER_SDK_H
+#define CLS_ZEB_PLAYER_SDK_H
+
+#include "ZebPlayerRecords.h"
+
+// The engine's per-correction callback (only ever unregistered by the library).
+typedef void (*PF_FishEyeCorrectCallBack)(int _iCorrectId, void* _pUser);
+
+class CLS_ZebPlayer_SDK {
+public:
+    // Loads the engine once per process and resolves every export. False when the file cannot
+    // be loaded; a missing export is not a failure. Not locked: the only caller runs inside the
+    // thread-safe construction of the player singleton.
+    static bool LoadLib(const char* _pcFileName);
+
+    // Module handle, null until a load succeeded; never released.
+    static inline void* m_hLibrary = nullptr;
+
+    // Type of the exports the library never calls.
+    typedef void (*PF_Untyped)();
+
+#define ZEB_KW_FN(name) static inline PF_Untyped name = nullptr;
+#define ZEB_KW_FN_TYPED(name, result, args)                                                                  \
+    typedef result(*PF_##name) args;                                                                         \
+    static inline PF_##name name = nullptr;
+#include "ZebPlayerFunctions.inc"
+#undef ZEB_KW_FN_TYPED
+#undef ZEB_KW_FN
+};
+
+#endif // CLS_ZEB_PLAYER_SDK_H

@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# Installs what fishplayer needs to build and test on Debian 12. Elevates itself when not root.
+set -euo pipefail
+if [ "$(id -u)" -ne 0 ]; then
+    exec sudo "$0" "$@"
+fi
+export DEBIAN_FRONTEND=noninteractive
+apt-get update -qq
+apt-get install -y -qq --no-install-recommends \
+    ca-certificates cmake ninja-build g++ make pkg-config \
+    qtbase5-dev libgtest-dev libgmock-dev googletest >/dev/null
+echo "setup: build and test tools installed"
