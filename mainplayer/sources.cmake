@@ -1,0 +1,3 @@
+# Sources of the main player.
+set(FISHPLAYER_MAINPLAYER_SOURCES
+)
