@@ -1,3 +1,4 @@
 # Sources of the main player.
 set(FISHPLAYER_MAINPLAYER_SOURCES
+    mainplayer/CLS_MainPlayer_Views.cpp
 )
