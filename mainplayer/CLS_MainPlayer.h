@@ -34,12 +34,14 @@ public:
     virtual int CreateMainPlayer(const STRUCT_FishEyeParam& _tParam, const void* _pMainWindow,
                                  const QString& _qstrFileName, int* _pFishMainPlyerID);
     // Playback from a stream: 0, -1, or the engine's non-zero KW_Play result.
-    virtual int CreateMainPlayer(const STRUCT_FishEyeParam& _tParam, const void* _pMainWindow, int _iStreamType,
-                                 unsigned char* _pcVideoHeader, int _iHeadSize, int* _pFishMainPlyerID,
-                                 int _iPlayIndex, bool _blIsInitUserData, osd_TLDCSet _tTLDSet);
+    virtual int CreateMainPlayer(const STRUCT_FishEyeParam& _tParam, const void* _pMainWindow,
+                                 int _iStreamType, unsigned char* _pcVideoHeader, int _iHeadSize,
+                                 int* _pFishMainPlyerID, int _iPlayIndex, bool _blIsInitUserData,
+                                 osd_TLDCSet _tTLDSet);
     virtual int CreateSubPlayers(const STRUCT_FishEyeParam& _tParam, int _iFishPlayerID,
-                                 const QMap<int, QVector<void*>>& _qmapWindows, QMap<int, QVector<int>>& _qmapIds,
-                                 const STRUCT_FishDrawParam& _tDrawParam, int _iExtra);
+                                 const QMap<int, QVector<void*>>& _qmapWindows,
+                                 QMap<int, QVector<int>>& _qmapIds, const STRUCT_FishDrawParam& _tDrawParam,
+                                 int _iExtra);
     virtual int DeleteAllPlayer();
     virtual int DeleteAllSubPlayer();
     virtual int PutStreamToPlayer(int _iDataType, unsigned char* _pcStreamData, int _iSize);
@@ -61,8 +63,10 @@ public:
     int GetDefultCenterPoint(int _iPtzId, int _iPtzNum, int* _piPointOut, int _iInstallMode, int _iExtra);
 
     // Control dispatch to the views.
-    int CorrectWindowCtl(int _iCorrectType, STRUCT_CtlParam _tParam, n_CtlCmd _eCmd, STRUCT_FishWindowRect _rect);
-    int DrawWindowCtl(int _iPtzIndex, STRUCT_CtlPointParam _tPoint, n_CtlCmd _eCmd, STRUCT_FishWindowRect _rect);
+    int CorrectWindowCtl(int _iCorrectType, STRUCT_CtlParam _tParam, n_CtlCmd _eCmd,
+                         STRUCT_FishWindowRect _rect);
+    int DrawWindowCtl(int _iPtzIndex, STRUCT_CtlPointParam _tPoint, n_CtlCmd _eCmd,
+                      STRUCT_FishWindowRect _rect);
     int PTZWindowCtl(int _iPtzIndex, STRUCT_CtlParam _tParam, n_CtlCmd _eCmd, STRUCT_FishWindowRect _rect);
     int PTZCtl(int _iPtzIndex, STRUCT_CtlParam _tParam, n_PTZCtlCmd _ePTZCmd);
 
@@ -74,8 +78,10 @@ public:
 protected:
     // Starts the draw thread unless one runs (the view set-up calls it).
     void StartDrawThread();
+    // The PTZ view at the index, or null after logging why there is none (the PTZ controls).
+    CLS_SubPlayer* FindPTZView(int _iPtzIndex, const char* _pcNoViews, const char* _pcInvalidIndex);
 
-    QReadWriteLock m_qrwlockArea;   // guards the video size and the area below
+    QReadWriteLock m_qrwlockArea; // guards the video size and the area below
     int m_iVideoWidth = 1000;
     int m_iVideoHeight = 1000;
     // Last area applied, 0 to 10000 of the picture; NaN until one is applied, so that the first
@@ -94,13 +100,13 @@ protected:
     void* m_pFcuHandle = nullptr;                        // owned algorithm handle
     bool m_blFishEyeEnabled = false;
     STRUCT_FishEyeParam m_tFishEyeParam{};
-    std::atomic<bool> m_blDrawEnabled{false};            // read by the draw thread
+    std::atomic<bool> m_blDrawEnabled{false};                   // read by the draw thread
     std::atomic<PF_FishDrawCallback> m_pfDrawCallback{nullptr}; // written unlocked, read by the draw thread
-    QMutex m_mutexDraw;                                  // held for one draw pass
-    std::atomic<bool> m_blDrawThreadStop{true};          // polled by the draw thread
+    QMutex m_mutexDraw;                                         // held for one draw pass
+    std::atomic<bool> m_blDrawThreadStop{true};                 // polled by the draw thread
     std::unique_ptr<std::thread> m_pDrawThread;
-    QMutex m_mutexDrawThread;                            // guards m_pDrawThread and its start and stop
-    QMutex m_mutexFishEye; // serialises EnableFishEye between client and engine threads
+    QMutex m_mutexDrawThread; // guards m_pDrawThread and its start and stop
+    QMutex m_mutexFishEye;    // serialises EnableFishEye between client and engine threads
 };
 
 #endif // CLS_MAIN_PLAYER_H

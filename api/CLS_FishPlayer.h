@@ -1,0 +1,139 @@
+// _ZEBFAULT_
+// fishplayer: live fisheye video with dewarping, for video-surveillance clients.
+//
+// CLS_FishPlayer is the library's only exported class, a process-wide singleton reached through
+// GetInstance(). Its first use loads the player engine "Korvane.dll" (found by the system's
+// ordinary library search) and creates the engine system. A client then creates a fisheye player
+// from a stream header (FishPlayer_CreatePlayerFromStream) with a set of correction views, feeds
+// stream packets, steers the views and receives the PTZ views' outlines every 40 ms.
+//
+// Results. Every int method returns 0 on success and -1 when one of the library's own checks
+// fails; where the engine or the correction algorithm fails, its own (negative, or for playback
+// start any non-zero) code is returned unchanged. Each failure also writes one line through Qt's
+// message logger ("_ZEB_ Panoview : ...", warning level, some argument checks at info level).
+// FishPlayer_StartTrack, FishPlayer_StopTrack and FishPlayer_CreatePlayerFromFile are not
+// provided and always return -1.
+//
+// Ownership. The library owns its players and views: FishPlayer_DeleteAllPlayer deletes a
+// fisheye player with everything it opened. Window handles stay the client's; the library keeps
+// copies of them, never the client's maps. A failed creation leaves nothing behind. Players still
+// alive at process exit are abandoned, not closed.
+//
+// Threads. The registry of players has no lock: the client must not create, delete and use the
+// same fisheye player from several threads at once (serialise them, for example on one thread).
+// Different players may be used from different threads as long as no thread creates or deletes
+// players at the same time. SetPlayIndex/GetPlayIndex may be called from any thread.
+//
+// Overlay callback. The callback registered with FishPlayer_RegisterDrawCallback runs on a thread
+// of the library (one per fisheye player), every 40 ms, while that player's draw lock is held.
+// Its two int arguments are always 0, so a client with several players registers one function per
+// player. It must return promptly and must not call FishPlayer_EnableDraw(id, false),
+// FishPlayer_DeleteAllSubPlayer or FishPlayer_DeleteAllPlayer for the same player: those wait
+// for the draw thread and would never return. Overlay drawing starts when views other than PTZ
+// and source views are created with drawing enabled; FishPlayer_EnableDraw(id, false) stops it
+// until the views are created again.
+#ifndef CLS_FISH_PLAYER_H
+#define CLS_FISH_PLAYER_H
+
+#include "FishPlayerTypes.h"
+
+#include <QMap>
+#include <QReadWriteLock>
+#include <QString>
+#include <QVector>
+
+class CLS_MainPlayer;
+
+class FISHPLAYER_EXPORT CLS_FishPlayer {
+public:
+    // The single instance; the first call loads the engine and creates its system.
+    static CLS_FishPlayer* GetInstance();
+    // Frees the registry only: players still registered are abandoned.
+    ~CLS_FishPlayer();
+    // Copies share the registered players; they do not copy them.
+    CLS_FishPlayer(const CLS_FishPlayer& _other);
+    CLS_FishPlayer& operator=(const CLS_FishPlayer& _other);
+
+    // Play index: the engine player whose channel user data the next stream player receives.
+    int GetPlayIndex();
+    void SetPlayIndex(int _iPlayIndex);
+    // Stops the delivery of channel user data for a play index; the engine's result.
+    static int FishPlayer_StopRevChUserDate(int _iPlayIndex);
+    // True once the player has applied user data. An unknown id answers false (and is remembered
+    // as an empty entry, which the other methods then refuse).
+    bool GetIsInitUserData(int _iFishPlayerID);
+
+    // Creation. The fisheye player id is written to *_pFishMainPlyerID; _qmapIds receives, per
+    // correction type, the engine ids of the views created for the windows of _qmapWindows.
+    int FishPlayer_CreatePlayerFromFile(const STRUCT_FishEyeParam& _tParam, const void* _pMainWindow,
+                                        const QMap<int, QVector<void*>>& _qmapWindows,
+                                        const QString& _qstrFile, int* _pFishMainPlyerID,
+                                        QMap<int, QVector<int>>& _qmapIds,
+                                        const STRUCT_FishDrawParam& _tDrawParam);
+    // _pcVideoHeader starts with a 12-byte header (its size, picture width, picture height);
+    // _iStreamType 0 opens a player, other types succeed without one. With _blIsInitUserData the
+    // client's _tTLDSet area is applied at once; otherwise the player waits for the area as user
+    // data on the current play index.
+    int FishPlayer_CreatePlayerFromStream(const STRUCT_FishEyeParam& _tParam, const void* _pMainWindow,
+                                          const QMap<int, QVector<void*>>& _qmapWindows, int _iStreamType,
+                                          unsigned char* _pcVideoHeader, int _iHeadSize,
+                                          int* _pFishMainPlyerID, QMap<int, QVector<int>>& _qmapIds,
+                                          bool _blIsInitUserData, osd_TLDCSet _tTLDSet,
+                                          const STRUCT_FishDrawParam& _tDrawParam);
+    int FishPlayer_CreateSubPlayer(const STRUCT_FishEyeParam& _tParam, int _iFishPlayerID,
+                                   const QMap<int, QVector<void*>>& _qmapWindows,
+                                   QMap<int, QVector<int>>& _qmapIds, int _iExtra,
+                                   const STRUCT_FishDrawParam& _tDrawParam);
+
+    // Controls. _iCorrectType picks the first view of a correction type; _iPtzIndex a PTZ view by
+    // the order of its window. Positions are window pixels inside _rect.
+    int FishPlayer_CorrectWindowCtl(int _iFishPlayerID, int _iCorrectType, STRUCT_CtlParam _tParam,
+                                    n_CtlCmd _eCmd, STRUCT_FishWindowRect _rect);
+    int FishPlayer_DrawWindowCtl(int _iFishPlayerID, int _iPtzIndex, STRUCT_CtlPointParam _tPoint,
+                                 n_CtlCmd _eCmd, STRUCT_FishWindowRect _rect);
+    int FishPlayer_PTZWindowCtl(int _iFishPlayerID, int _iPtzIndex, STRUCT_CtlParam _tParam, n_CtlCmd _eCmd,
+                                STRUCT_FishWindowRect _rect);
+    // Returns 1 when the view is already where the command would put it.
+    int FishPlayer_PTZCtl(int _iFishPlayerID, int _iPtzIndex, STRUCT_CtlParam _tParam, n_PTZCtlCmd _ePTZCmd);
+
+    // Switches.
+    int FishPlayer_EnableDraw(int _iFishPlayerID, bool _blEnable);
+    int FishPlayer_EnableFish(int _iFishPlayerID, bool _blEnable);
+
+    // Feeding: one packet of the stream; data types other than 0 are dropped.
+    int FishPlayer_PutStreamToPlayer(int _iFishPlayerID, int _iDataType, unsigned char* _pcStreamData,
+                                     int _iSize);
+
+    int FishPlayer_RegisterDrawCallback(int _iFishPlayerID, PF_FishDrawCallback _pfCallback);
+
+    // Deleting: the views only (the player stays registered), or the whole player.
+    int FishPlayer_DeleteAllSubPlayer(int _iFishPlayerID);
+    int FishPlayer_DeleteAllPlayer(int _iFishPlayerID);
+
+    int FishPlayer_StartTrack(int _iFishPlayerID);
+    int FishPlayer_StopTrack(int _iFishPlayerID);
+
+private:
+    CLS_FishPlayer();
+    int FishPlayer_CreateSystem();
+    int FishPlayer_DeleteSystem();
+    int CreateMainPlayer(const STRUCT_FishEyeParam& _tParam, const void* _pMainWindow,
+                         const QString& _qstrFile, int* _pFishMainPlyerID);
+    int CreateMainPlayer(const STRUCT_FishEyeParam& _tParam, const void* _pMainWindow, int _iStreamType,
+                         unsigned char* _pcVideoHeader, int _iHeadSize, int* _pFishMainPlyerID,
+                         bool _blIsInitUserData, osd_TLDCSet _tTLDSet);
+    int CreateSubPlayer(const STRUCT_FishEyeParam& _tParam, int _iFishPlayerID,
+                        const QMap<int, QVector<void*>>& _qmapWindows, QMap<int, QVector<int>>& _qmapIds,
+                        const STRUCT_FishDrawParam& _tDrawParam, int _iExtra);
+    // The registered player, or null after logging the method's message for a missing id or entry.
+    CLS_MainPlayer* FindMainPlayer(int _iFishPlayerID, const char* _pcNotContained, const char* _pcNull);
+
+    QMap<int, CLS_MainPlayer*> m_qmapMainPlayer;
+    int m_iPlayIndex = 0;
+
+    static osd_TLDCSet m_TLDSet; // declared for the user-data overlay settings; stays zero
+    static QReadWriteLock m_qrwlockDateMux;
+    static QReadWriteLock m_qrwlockTLDInitMux;
+};
+
+#endif // CLS_FISH_PLAYER_H
