@@ -1,4 +1,4 @@
-# cmake -DMODE=install|subdirectory -DSOURCE_DIR=... -DBUILD_DIR=... -DWORK_DIR=... -DGENERATOR=... -P check_package.cmake
+# cmake -DMODE=install|subdirectory -DSOURCE_DIR=... -DBUILD_DIR=... -DWORK_DIR=... -DGENERATOR=... [-DFAKES_DIR=...] -P check_package.cmake
 function(run)
     execute_process(COMMAND ${ARGN} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE out)
     if(NOT rc EQUAL 0)
@@ -14,6 +14,12 @@ if(MODE STREQUAL "install")
         -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix)
     run(${CMAKE_COMMAND} --build ${WORK_DIR}/client)
     run(${WORK_DIR}/client/package_client)
+    # The example client, built against the installed package and run on the test fakes.
+    run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/examples/client -B ${WORK_DIR}/example -G ${GENERATOR}
+        -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix)
+    run(${CMAKE_COMMAND} --build ${WORK_DIR}/example)
+    run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${FAKES_DIR}/engine/full:${FAKES_DIR}/algo/full
+        ${WORK_DIR}/example/fishplayer_example)
 elseif(MODE STREQUAL "subdirectory")
     run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/tests/package/parent -B ${WORK_DIR}/parent -G ${GENERATOR}
         -DFISHPLAYER_SOURCE_DIR=${SOURCE_DIR})

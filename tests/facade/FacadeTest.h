@@ -1,0 +1,77 @@
+// Helpers for tests that use the library only through its exported class, as a client does.
+#ifndef FISHPLAYER_FACADE_TEST_H
+#define FISHPLAYER_FACADE_TEST_H
+
+#include "CLS_FishPlayer.h"
+
+#include "TestSupport.h"
+
+#include <QMap>
+#include <QVector>
+
+#include <gtest/gtest.h>
+
+// A stream header: its size, the picture width and height.
+struct StreamHeader {
+    int m_aiFields[3];
+};
+
+inline void* Window(int _i) {
+    return reinterpret_cast<void*>(static_cast<intptr_t>(0x10000 + 0x100 * _i));
+}
+
+// One window for every view kind and three PTZ windows.
+inline QMap<int, QVector<void*>> EveryViewWindows() {
+    QMap<int, QVector<void*>> qmap;
+    qmap[0] = {Window(1)};
+    qmap[CORRECT_TYPE_PTZ] = {Window(2), Window(3), Window(4)};
+    qmap[CORRECT_TYPE_180] = {Window(5)};
+    qmap[CORRECT_TYPE_360] = {Window(6)};
+    qmap[CORRECT_TYPE_LAT] = {Window(7)};
+    qmap[CORRECT_TYPE_FISHEYE] = {Window(8)};
+    return qmap;
+}
+
+class FacadeTest : public ::testing::Test {
+protected:
+    // The log of the singleton's first use in this process.
+    static const std::vector<std::string>& FirstUseLog() {
+        static const std::vector<std::string> s_vecLines = [] {
+            TestLog::Clear();
+            CLS_FishPlayer::GetInstance();
+            return TestLog::Lines();
+        }();
+        return s_vecLines;
+    }
+
+    void SetUp() override {
+        FirstUseLog();
+        m_pFish = CLS_FishPlayer::GetInstance();
+        if (FakeEngine())
+            FakeEngine()->Reset();
+        if (FakeAlgo())
+            FakeAlgo()->Reset();
+        TestLog::Clear();
+    }
+
+    // Creates a player from a 1920 x 1080 stream with the given windows; its id or -1.
+    int Create(const QMap<int, QVector<void*>>& _qmapWindows, QMap<int, QVector<int>>* _pqmapIds = nullptr,
+               int _iDrawEnable = 1, bool _blIsInitUserData = false, int* _piResult = nullptr) {
+        StreamHeader tHeader{{12, 1920, 1080}};
+        QMap<int, QVector<int>> qmapIds;
+        int iId = -1;
+        const int iRet = m_pFish->FishPlayer_CreatePlayerFromStream(
+            m_tParam, Window(0), _qmapWindows, 0, reinterpret_cast<unsigned char*>(&tHeader), 12, &iId,
+            _pqmapIds ? *_pqmapIds : qmapIds, _blIsInitUserData, m_tTLDSet, {_iDrawEnable, m_iDrawType});
+        if (_piResult)
+            *_piResult = iRet;
+        return iRet == 0 ? iId : -1;
+    }
+
+    CLS_FishPlayer* m_pFish = nullptr;
+    STRUCT_FishEyeParam m_tParam{2, 0, 0};
+    osd_TLDCSet m_tTLDSet{};
+    int m_iDrawType = n_DrawType_Rect;
+};
+
+#endif // FISHPLAYER_FACADE_TEST_H
