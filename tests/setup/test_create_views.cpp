@@ -33,6 +33,8 @@ protected:
         m_pPlayer->m_iVideoWidth = 1920;
         m_pPlayer->m_iVideoHeight = 1080;
         m_pPlayer->m_tFishEyeParam = {2, 33, 44};
+        // A registered callback keeps a running draw thread quiet.
+        m_pPlayer->RegisterDrawCallback([](int, int, QVector<QVector<QVector<STRUCT_DrawPoint>>>) { return 0; });
         FakeEngine()->Reset();
         FakeAlgo()->Reset();
         TestLog::Clear();
@@ -215,7 +217,7 @@ TEST(CreateViewsWithoutCorrectionCallBack, IsRefused) {
     EXPECT_EQ(player.CreateSubPlayers({2, 0, 0}, 1, {{CORRECT_TYPE_360, {Window(4)}}}, qmapIds, {1, 1}, 0), -1);
     EXPECT_EQ(TestLog::Lines(), Lines({Warning("[  CLS_MainPlayer::CreateSubPlayers nullptr == "
                                                "CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectCallBack ]")}));
-    EXPECT_TRUE(FakeEngine()->Journal().empty() || FakeEngine()->Calls("KW_CreateFishEyeCorrect").empty());
+    EXPECT_TRUE(FakeEngine()->Journal().empty());
 }
 
 } // namespace
