@@ -52,11 +52,14 @@ STRUCT_FcuInitParam MakeFcuInitParam(int _iWidth, int _iHeight, double _dLeft, d
 int PlayerControl(int _iPlayIndex, STRUCT_UserDataCallBackParam* _pParam, int _iParamSize) {
     if (nullptr == CLS_ZebPlayer_SDK::KW_PlayerControl)
         return -1;
-    return CLS_ZebPlayer_SDK::KW_PlayerControl(_iPlayIndex, KW_PLAYER_CONTROL_USER_DATA, _pParam, _iParamSize, 0);
+    return CLS_ZebPlayer_SDK::KW_PlayerControl(_iPlayIndex, KW_PLAYER_CONTROL_USER_DATA, _pParam, _iParamSize,
+                                               0);
 }
 
 // The body of the operations that are declared but not provided.
-int NotProvided() { return -1; }
+int NotProvided() {
+    return -1;
+}
 
 } // namespace
 
@@ -67,11 +70,13 @@ CLS_MainPlayer::CLS_MainPlayer() {
     }
     const int iLoad = CLS_ZebAlgoFcu::LoadLib();
     if (iLoad < 0) {
-        CLS_ZebLog::Warning("[  CLS_MainPlayer::CLS_MainPlayer CLS_ZebAlgoFcu::LoadLib fail iRet = ", iLoad, " ]");
+        CLS_ZebLog::Warning("[  CLS_MainPlayer::CLS_MainPlayer CLS_ZebAlgoFcu::LoadLib fail iRet = ", iLoad,
+                            " ]");
         return;
     }
     if (nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Creat) {
-        CLS_ZebLog::Warning("[  CLS_MainPlayer::CLS_MainPlayer nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Creat ]");
+        CLS_ZebLog::Warning(
+            "[  CLS_MainPlayer::CLS_MainPlayer nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Creat ]");
         return;
     }
     m_pFcuHandle = CLS_ZebAlgoFcu::ZebAlgo_FCU_Creat(nullptr, nullptr);
@@ -82,13 +87,14 @@ CLS_MainPlayer::CLS_MainPlayer() {
     // Nobody else sees the player yet: the defaults are read without the lock.
     STRUCT_FcuInitParam tInit = MakeFcuInitParam(m_iVideoWidth, m_iVideoHeight, 0.0, 0.0, 10000.0, 10000.0);
     if (nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Init) {
-        CLS_ZebLog::Warning("[  CLS_MainPlayer::CLS_MainPlayer nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Init ]");
+        CLS_ZebLog::Warning(
+            "[  CLS_MainPlayer::CLS_MainPlayer nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Init ]");
         return;
     }
     const int iRet = CLS_ZebAlgoFcu::ZebAlgo_FCU_Init(m_pFcuHandle, &tInit);
     if (iRet < 0) // the handle is kept: the area applied later re-initialises it
-        CLS_ZebLog::Warning("[  CLS_MainPlayer::CLS_MainPlayer CLS_ZebAlgoFcu::ZebAlgo_FCU_Init fail iRet = ", iRet,
-                            " ]");
+        CLS_ZebLog::Warning(
+            "[  CLS_MainPlayer::CLS_MainPlayer CLS_ZebAlgoFcu::ZebAlgo_FCU_Init fail iRet = ", iRet, " ]");
 }
 
 CLS_MainPlayer::~CLS_MainPlayer() {
@@ -115,13 +121,18 @@ int CLS_MainPlayer::CreateMainPlayer(const STRUCT_FishEyeParam&, const void*, co
     return NotProvided();
 }
 
-int CLS_MainPlayer::ReservedOperation1() { return NotProvided(); }
+int CLS_MainPlayer::ReservedOperation1() {
+    return NotProvided();
+}
 
-int CLS_MainPlayer::ReservedOperation2() { return NotProvided(); }
+int CLS_MainPlayer::ReservedOperation2() {
+    return NotProvided();
+}
 
-int CLS_MainPlayer::CreateMainPlayer(const STRUCT_FishEyeParam& _tParam, const void* _pMainWindow, int _iStreamType,
-                                     unsigned char* _pcVideoHeader, int _iHeadSize, int* _pFishMainPlyerID,
-                                     int _iPlayIndex, bool _blIsInitUserData, osd_TLDCSet _tTLDSet) {
+int CLS_MainPlayer::CreateMainPlayer(const STRUCT_FishEyeParam& _tParam, const void* _pMainWindow,
+                                     int _iStreamType, unsigned char* _pcVideoHeader, int _iHeadSize,
+                                     int* _pFishMainPlyerID, int _iPlayIndex, bool _blIsInitUserData,
+                                     osd_TLDCSet _tTLDSet) {
     if (nullptr == _pMainWindow) {
         CLS_ZebLog::Info("[  CLS_MainPlayer::CreateMainPlayer nullptr == _pMainWindow ]");
         return -1;
@@ -139,7 +150,8 @@ int CLS_MainPlayer::CreateMainPlayer(const STRUCT_FishEyeParam& _tParam, const v
         return -1;
     }
     if (nullptr == CLS_ZebPlayer_SDK::KW_CreatePlayerForSpecialNeeds) {
-        CLS_ZebLog::Info("[  CLS_MainPlayer::CreateMainPlayer nullptr == CLS_ZebPlayer_SDK::KW_CreatePlayerForSpecialNeeds]");
+        CLS_ZebLog::Info("[  CLS_MainPlayer::CreateMainPlayer nullptr == "
+                         "CLS_ZebPlayer_SDK::KW_CreatePlayerForSpecialNeeds]");
         return -1;
     }
     if (nullptr == CLS_ZebPlayer_SDK::KW_Play) {
@@ -168,11 +180,11 @@ int CLS_MainPlayer::CreateMainPlayer(const STRUCT_FishEyeParam& _tParam, const v
     tCreate.m_iWidth = tHeader.m_iWidth;
     tCreate.m_iHeight = tHeader.m_iHeight;
     const int iPlayerID = CLS_ZebPlayer_SDK::KW_CreatePlayerForSpecialNeeds(KW_SPECIAL_NEEDS_STREAM, &tCreate,
-                                                                             sizeof(tCreate), 0);
+                                                                            sizeof(tCreate), 0);
     if (iPlayerID < 0) {
-        CLS_ZebLog::Info(
-            "[  CLS_MainPlayer::CreateMainPlayer CLS_ZebPlayer_SDK::KW_CreatePlayerForSpecialNeeds < 0  iPlayerID = ",
-            iPlayerID, " ]");
+        CLS_ZebLog::Info("[  CLS_MainPlayer::CreateMainPlayer "
+                         "CLS_ZebPlayer_SDK::KW_CreatePlayerForSpecialNeeds < 0  iPlayerID = ",
+                         iPlayerID, " ]");
         return -1;
     }
     m_iMainPlayId = iPlayerID;
@@ -229,13 +241,14 @@ int CLS_MainPlayer::ApplyTLDSet(const osd_TLDCSet* _pTLDSet) {
     EnableFishEye(true);
     // The two lines below name the initialisation, which this call repeats with the new area.
     if (nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Ctrl) {
-        CLS_ZebLog::Warning("[  CLS_MainPlayer::CLS_MainPlayer nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Init ]");
+        CLS_ZebLog::Warning(
+            "[  CLS_MainPlayer::CLS_MainPlayer nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Init ]");
         return -1;
     }
     const int iRet = CLS_ZebAlgoFcu::ZebAlgo_FCU_Ctrl(m_pFcuHandle, &tInit);
     if (iRet < 0) {
-        CLS_ZebLog::Warning("[  CLS_MainPlayer::CLS_MainPlayer CLS_ZebAlgoFcu::ZebAlgo_FCU_Init fail iRet = ", iRet,
-                            " ]");
+        CLS_ZebLog::Warning(
+            "[  CLS_MainPlayer::CLS_MainPlayer CLS_ZebAlgoFcu::ZebAlgo_FCU_Init fail iRet = ", iRet, " ]");
         return -1;
     }
     return 0;
@@ -278,7 +291,8 @@ int CLS_MainPlayer::DeleteAllPlayer() {
         return -1;
     }
     if (nullptr == CLS_ZebPlayer_SDK::KW_DeletePlayer) {
-        CLS_ZebLog::Warning("[  CLS_MainPlayer::DeleteAllPlayer nullptr == CLS_ZebPlayer_SDK::KW_DeletePlayer ]");
+        CLS_ZebLog::Warning(
+            "[  CLS_MainPlayer::DeleteAllPlayer nullptr == CLS_ZebPlayer_SDK::KW_DeletePlayer ]");
         return -1;
     }
     return CLS_ZebPlayer_SDK::KW_DeletePlayer(m_iMainPlayId);
@@ -298,7 +312,8 @@ int CLS_MainPlayer::PutStreamToPlayer(int _iDataType, unsigned char* _pcStreamDa
         return -1;
     }
     if (nullptr == CLS_ZebPlayer_SDK::KW_PutStreamToPlayer) {
-        CLS_ZebLog::Info("[  CLS_MainPlayer::PutStreamToPlayer nullptr == CLS_ZebPlayer_SDK::KW_PutStreamToPlayer ]");
+        CLS_ZebLog::Info(
+            "[  CLS_MainPlayer::PutStreamToPlayer nullptr == CLS_ZebPlayer_SDK::KW_PutStreamToPlayer ]");
         return -1;
     }
     // Only data type 0 is played; other packets are dropped.
@@ -345,28 +360,29 @@ int CLS_MainPlayer::EnableFishEye(bool _blEnable) {
             tSetup.m_iHeight = 1000;
         }
         if (nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable) {
-            CLS_ZebLog::Warning("[  CLS_MainPlayer::EnableFishEye  CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable == nullptr ]");
+            CLS_ZebLog::Warning("[  CLS_MainPlayer::EnableFishEye  "
+                                "CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable == nullptr ]");
             return -1;
         }
         // Always off before on, so that the engine takes the new set-up.
         CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable(m_iMainPlayId, 0, nullptr);
         const int iRet = CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable(m_iMainPlayId, 1, &tSetup);
         if (iRet < 0) {
-            CLS_ZebLog::Warning(
-                "[  CLS_MainPlayer::EnableFishEye  CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable fail iRet = ", iRet,
-                " ]");
+            CLS_ZebLog::Warning("[  CLS_MainPlayer::EnableFishEye  "
+                                "CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable fail iRet = ",
+                                iRet, " ]");
             return -1;
         }
         m_iFishCorrectId = iRet;
     } else {
         if (nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectCallBack) {
-            CLS_ZebLog::Warning(
-                "[  CLS_MainPlayer::EnableFishEye nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectCallBack == nullptr ]");
+            CLS_ZebLog::Warning("[  CLS_MainPlayer::EnableFishEye nullptr == "
+                                "CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectCallBack == nullptr ]");
             return -1;
         }
         if (nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable) {
-            CLS_ZebLog::Warning(
-                "[  CLS_MainPlayer::EnableFishEye nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable == nullptr ]");
+            CLS_ZebLog::Warning("[  CLS_MainPlayer::EnableFishEye nullptr == "
+                                "CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable == nullptr ]");
             return -1;
         }
         if (m_iFishCorrectId >= 0)

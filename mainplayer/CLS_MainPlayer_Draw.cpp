@@ -68,7 +68,8 @@ int CLS_MainPlayer::DrawCalculate() {
     const auto itPTZ = m_qmapSubPlayers.constFind(CORRECT_TYPE_PTZ);
     if (itPTZ == m_qmapSubPlayers.constEnd()) {
         qlocker.unlock();
-        CLS_ZebLog::Warning("[  CLS_MainPlayer::DrawCalculate !m_qmapSubPlayers.contains(CORRECT_TYPE_PTZ) ]");
+        CLS_ZebLog::Warning(
+            "[  CLS_MainPlayer::DrawCalculate !m_qmapSubPlayers.contains(CORRECT_TYPE_PTZ) ]");
         return -1;
     }
     // Views that fail are left out, so an entry's position is its view's index only while every
@@ -83,7 +84,8 @@ int CLS_MainPlayer::DrawCalculate() {
         QVector<QVector<STRUCT_DrawPoint>> qvecData;
         const int iRet = pPlayer->GetPTZDrawData(qvecData);
         if (iRet < 0) {
-            CLS_ZebLog::Info("[  CLS_MainPlayer::DrawCalculate pPlayer->GetPTZDrawData < 0 iRet = ", iRet, " ]");
+            CLS_ZebLog::Info("[  CLS_MainPlayer::DrawCalculate pPlayer->GetPTZDrawData < 0 iRet = ", iRet,
+                             " ]");
             continue;
         }
         qvecResult.append(qvecData);

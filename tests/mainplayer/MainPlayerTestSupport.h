@@ -52,8 +52,8 @@ public:
     using CLS_MainPlayer::m_mutexDraw;
     using CLS_MainPlayer::m_mutexDrawThread;
     using CLS_MainPlayer::m_pDrawThread;
-    using CLS_MainPlayer::m_pfDrawCallback;
     using CLS_MainPlayer::m_pFcuHandle;
+    using CLS_MainPlayer::m_pfDrawCallback;
     using CLS_MainPlayer::m_pMainWindow;
     using CLS_MainPlayer::m_qmapSubPlayers;
     using CLS_MainPlayer::m_qrwlockArea;
@@ -76,11 +76,14 @@ public:
         return s_vec;
     }
 
-    FakePTZView(int _iTag, int _iResult, ViewData _qvecData) : m_iTag(_iTag), m_iResult(_iResult), m_qvecData(_qvecData) {
+    FakePTZView(int _iTag, int _iResult, ViewData _qvecData)
+        : m_iTag(_iTag), m_iResult(_iResult), m_qvecData(_qvecData) {
         m_iMainPlayId = 1;
         m_iSubPlayId = 500 + _iTag;
     }
-    ~FakePTZView() override { Destroyed().push_back({m_iTag, FakeEngine() ? FakeEngine()->Journal().size() : 0}); }
+    ~FakePTZView() override {
+        Destroyed().push_back({m_iTag, FakeEngine() ? FakeEngine()->Journal().size() : 0});
+    }
 
     int GetPTZDrawData(ViewData& _qvecData) override {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -213,8 +216,9 @@ protected:
     static int Create(TestMainPlayer& _player, int _iPlayIndex = 3, int _iMode = 2) {
         std::vector<unsigned char> vecHeader = Header(12, 1920, 1080);
         int iId = -100;
-        const int iRet = _player.CreateMainPlayer(STRUCT_FishEyeParam{_iMode, 6, 9}, Window(), 0, vecHeader.data(),
-                                                  12, &iId, _iPlayIndex, false, osd_TLDCSet{});
+        const int iRet =
+            _player.CreateMainPlayer(STRUCT_FishEyeParam{_iMode, 6, 9}, Window(), 0, vecHeader.data(), 12,
+                                     &iId, _iPlayIndex, false, osd_TLDCSet{});
         EXPECT_EQ(iRet, 0);
         FakeEngine()->ClearJournal(); // keeps the user-data registration
         if (FakeAlgo())
@@ -228,8 +232,8 @@ protected:
     static bool Deliver(int _iPlayIndex, int _iType, const void* _pData, int _iLength) {
         bool blDelivered = false;
         std::thread thread([&] {
-            blDelivered = FakeEngine()->DeliverUserData(_iPlayIndex, _iType, static_cast<const unsigned char*>(_pData),
-                                                        _iLength);
+            blDelivered = FakeEngine()->DeliverUserData(_iPlayIndex, _iType,
+                                                        static_cast<const unsigned char*>(_pData), _iLength);
         });
         thread.join();
         return blDelivered;

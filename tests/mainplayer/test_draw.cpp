@@ -29,7 +29,8 @@ bool SameData(const ViewData& _a, const ViewData& _b) {
     return true;
 }
 
-const std::string kNoCallback = "warning: _ZEB_ Panoview : [  CLS_MainPlayer::DrawCalculate nullptr == m_pfDrawCallback ]";
+const std::string kNoCallback =
+    "warning: _ZEB_ Panoview : [  CLS_MainPlayer::DrawCalculate nullptr == m_pfDrawCallback ]";
 
 TEST_F(MainPlayer, NullDrawCallbackIsRefusedAndTheEarlierOneStays) {
     TestMainPlayer player;
@@ -38,9 +39,11 @@ TEST_F(MainPlayer, NullDrawCallbackIsRefusedAndTheEarlierOneStays) {
     EXPECT_EQ(player.RegisterDrawCallback(&DrawRecorder<10>::Callback), 0);
     EXPECT_EQ(player.RegisterDrawCallback(nullptr), -1);
     EXPECT_EQ(player.m_pfDrawCallback.load(), &DrawRecorder<10>::Callback);
-    EXPECT_EQ(TestLog::Lines(),
-              Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::RegisterDrawCallback nullptr == pfunCallback ]",
-                     "warning: _ZEB_ Panoview : [  CLS_MainPlayer::RegisterDrawCallback nullptr == pfunCallback ]"}));
+    EXPECT_EQ(
+        TestLog::Lines(),
+        Lines(
+            {"warning: _ZEB_ Panoview : [  CLS_MainPlayer::RegisterDrawCallback nullptr == pfunCallback ]",
+             "warning: _ZEB_ Panoview : [  CLS_MainPlayer::RegisterDrawCallback nullptr == pfunCallback ]"}));
 }
 
 TEST_F(MainPlayer, SecondRegistrationReplacesTheFirst) {
@@ -95,7 +98,8 @@ TEST_F(MainPlayer, FailedAndMissingViewsAreLeftOut) {
     EXPECT_EQ(vecTaken[0].m_iSecond, 0);
     EXPECT_EQ(TestLog::Lines(),
               Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::DrawCalculate nullptr == pPlayer ]",
-                     "info: _ZEB_ Panoview : [  CLS_MainPlayer::DrawCalculate pPlayer->GetPTZDrawData < 0 iRet =  -2  ]"}));
+                     "info: _ZEB_ Panoview : [  CLS_MainPlayer::DrawCalculate pPlayer->GetPTZDrawData < 0 "
+                     "iRet =  -2  ]"}));
     EXPECT_EQ(pFailing->Calls(), 1);
     EXPECT_TRUE(pFailing->InputWasAlwaysEmpty());
     EXPECT_TRUE(pFirst->InputWasAlwaysEmpty());
@@ -219,8 +223,8 @@ TEST_F(MainPlayer, ThreadStartedWithDrawingDisabledEndsAfterOneWarning) {
     ASSERT_TRUE(WaitFor([] { return !TestLog::Lines().empty(); }));
     player.EnableDraw(true); // does not revive it
     SleepMs(200);
-    EXPECT_EQ(TestLog::Lines(),
-              Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::FishEyeDrawCallBack !pclsFish->m_blDrawEnabled ]"}));
+    EXPECT_EQ(TestLog::Lines(), Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::FishEyeDrawCallBack "
+                                       "!pclsFish->m_blDrawEnabled ]"}));
     EXPECT_EQ(DrawRecorder<20>::Count(), 0u);
     ASSERT_NE(player.m_pDrawThread, nullptr); // ended, still to be joined
     player.StartDrawThread();                 // one is still held: nothing starts
@@ -238,9 +242,10 @@ TEST_F(MainPlayer, DrawThreadWithoutPlayerEndsAfterOneWarning) {
     CLS_MainPlayer::FishEyeDrawCallBack(nullptr);
     std::thread thread(&CLS_MainPlayer::FishEyeDrawCallBack, nullptr);
     thread.join();
-    EXPECT_EQ(TestLog::Lines(),
-              Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::FishEyeDrawCallBack nullptr == pclsFish ]",
-                     "warning: _ZEB_ Panoview : [  CLS_MainPlayer::FishEyeDrawCallBack nullptr == pclsFish ]"}));
+    EXPECT_EQ(
+        TestLog::Lines(),
+        Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::FishEyeDrawCallBack nullptr == pclsFish ]",
+               "warning: _ZEB_ Panoview : [  CLS_MainPlayer::FishEyeDrawCallBack nullptr == pclsFish ]"}));
 }
 
 TEST_F(MainPlayer, DisablingFromAnotherThreadStopsTheThreadWhileViewsKeepDelivering) {

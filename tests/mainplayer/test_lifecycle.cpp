@@ -65,21 +65,24 @@ TEST_F(MainPlayer, ConstructionSetsTheInitialValues) {
 TEST_F(MainPlayer, MembersLieInTheirDeclaredOrder) {
     TestMainPlayer player;
     const std::vector<const void*> vecMembers = {
-        &player.m_qrwlockArea,      &player.m_iVideoWidth,      &player.m_iVideoHeight,    &player.m_dAreaLeft,
-        &player.m_dAreaTop,         &player.m_dAreaRight,       &player.m_dAreaBottom,     &player.m_qrwlockUserData,
-        &player.m_blIsInitUserData, &player.m_iMainPlayId,      &player.m_iFishCorrectId,  &player.m_pMainWindow,
-        &player.m_iPlayIndex,       &player.m_qmapSubPlayers,   &player.m_pFcuHandle,      &player.m_blFishEyeEnabled,
-        &player.m_tFishEyeParam,    &player.m_blDrawEnabled,    &player.m_pfDrawCallback,  &player.m_mutexDraw,
-        &player.m_blDrawThreadStop, &player.m_pDrawThread,      &player.m_mutexDrawThread,
+        &player.m_qrwlockArea,      &player.m_iVideoWidth,     &player.m_iVideoHeight,
+        &player.m_dAreaLeft,        &player.m_dAreaTop,        &player.m_dAreaRight,
+        &player.m_dAreaBottom,      &player.m_qrwlockUserData, &player.m_blIsInitUserData,
+        &player.m_iMainPlayId,      &player.m_iFishCorrectId,  &player.m_pMainWindow,
+        &player.m_iPlayIndex,       &player.m_qmapSubPlayers,  &player.m_pFcuHandle,
+        &player.m_blFishEyeEnabled, &player.m_tFishEyeParam,   &player.m_blDrawEnabled,
+        &player.m_pfDrawCallback,   &player.m_mutexDraw,       &player.m_blDrawThreadStop,
+        &player.m_pDrawThread,      &player.m_mutexDrawThread,
     };
     for (size_t i = 1; i < vecMembers.size(); ++i)
         EXPECT_LT(vecMembers[i - 1], vecMembers[i]) << "member " << i;
 }
 
 TEST_F(MainPlayer, VirtualOperationsSitInTheirSlots) {
-    using CreateFromFile = int (CLS_MainPlayer::*)(const STRUCT_FishEyeParam&, const void*, const QString&, int*);
-    using CreateFromStream = int (CLS_MainPlayer::*)(const STRUCT_FishEyeParam&, const void*, int, unsigned char*,
-                                                     int, int*, int, bool, osd_TLDCSet);
+    using CreateFromFile =
+        int (CLS_MainPlayer::*)(const STRUCT_FishEyeParam&, const void*, const QString&, int*);
+    using CreateFromStream = int (CLS_MainPlayer::*)(const STRUCT_FishEyeParam&, const void*, int,
+                                                     unsigned char*, int, int*, int, bool, osd_TLDCSet);
     // The destructor takes entries 0 and 1.
     EXPECT_EQ(VtableEntry(static_cast<CreateFromFile>(&CLS_MainPlayer::CreateMainPlayer)), 2);
     EXPECT_EQ(VtableEntry(static_cast<CreateFromStream>(&CLS_MainPlayer::CreateMainPlayer)), 3);
@@ -96,7 +99,8 @@ TEST_F(MainPlayer, FilePlaybackAndReservedOperationsFailSilently) {
     TestMainPlayer player;
     FakeAlgo()->ClearJournal();
     int iId = -100;
-    EXPECT_EQ(player.CreateMainPlayer(STRUCT_FishEyeParam{1, 2, 3}, Window(), QStringLiteral("a.mp4"), &iId), -1);
+    EXPECT_EQ(player.CreateMainPlayer(STRUCT_FishEyeParam{1, 2, 3}, Window(), QStringLiteral("a.mp4"), &iId),
+              -1);
     EXPECT_EQ(player.ReservedOperation1(), -1);
     EXPECT_EQ(player.ReservedOperation2(), -1);
     EXPECT_EQ(iId, -100);
@@ -111,8 +115,8 @@ TEST_F(MainPlayer, NullHandleFromTheAlgorithmIsLoggedAndNothingIsInitialised) {
     auto pPlayer = std::make_unique<TestMainPlayer>();
     EXPECT_EQ(pPlayer->m_pFcuHandle, nullptr);
     EXPECT_TRUE(FakeAlgo()->Calls("ZebAlgo_FCU_Init").empty());
-    EXPECT_EQ(TestLog::Lines(),
-              Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::CLS_MainPlayer CLS_ZebAlgoFcu::ZebAlgo_FCU_Creat fail]"}));
+    EXPECT_EQ(TestLog::Lines(), Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::CLS_MainPlayer "
+                                       "CLS_ZebAlgoFcu::ZebAlgo_FCU_Creat fail]"}));
 }
 
 TEST_F(MainPlayer, FailedInitialisationKeepsTheHandle) {
@@ -214,8 +218,12 @@ TEST_F(MainPlayer, ShortHeaderIsReadOnlyUpToItsSize) {
     EXPECT_EQ(player.m_iVideoHeight, 0);
     const std::vector<FakeCall> vecCreate = FakeEngine()->Calls("KW_CreatePlayerForSpecialNeeds");
     ASSERT_EQ(vecCreate.size(), 1u);
-    EXPECT_EQ(vecCreate[0].m_vecRecords[0],
-              RecordBytes(32).At<int>(0, 32).At<std::int64_t>(8, Addr(Window())).At<int>(16, 640).At<int>(20, 0).Bytes());
+    EXPECT_EQ(vecCreate[0].m_vecRecords[0], RecordBytes(32)
+                                                .At<int>(0, 32)
+                                                .At<std::int64_t>(8, Addr(Window()))
+                                                .At<int>(16, 640)
+                                                .At<int>(20, 0)
+                                                .Bytes());
 }
 
 TEST_F(MainPlayer, StreamCreationOpensPlaysAndRegistersForUserData) {
@@ -224,8 +232,8 @@ TEST_F(MainPlayer, StreamCreationOpensPlaysAndRegistersForUserData) {
     TestMainPlayer& player = *pPlayer;
     Creation creation;
     EXPECT_EQ(creation.Run(player), 0);
-    EXPECT_EQ(CallOrder::Calls(), Lines({"ZebAlgo_FCU_Creat", "ZebAlgo_FCU_Init", "KW_CreatePlayerForSpecialNeeds",
-                                         "KW_Play", "KW_PlayerControl"}));
+    EXPECT_EQ(CallOrder::Calls(), Lines({"ZebAlgo_FCU_Creat", "ZebAlgo_FCU_Init",
+                                         "KW_CreatePlayerForSpecialNeeds", "KW_Play", "KW_PlayerControl"}));
     const std::vector<FakeCall> vecJournal = FakeEngine()->Journal();
     ASSERT_EQ(vecJournal.size(), 3u);
     EXPECT_EQ(vecJournal[0].m_strName, "KW_CreatePlayerForSpecialNeeds");
@@ -257,7 +265,8 @@ TEST_F(MainPlayer, StreamCreationOpensPlaysAndRegistersForUserData) {
     EXPECT_EQ(player.m_iPlayIndex, 3);
     EXPECT_EQ(player.m_iVideoWidth, 1920);
     EXPECT_EQ(player.m_iVideoHeight, 1080);
-    EXPECT_EQ(BytesOf(player.m_tFishEyeParam), RecordBytes(12).At<int>(0, 2).At<int>(4, 6).At<int>(8, 9).Bytes());
+    EXPECT_EQ(BytesOf(player.m_tFishEyeParam),
+              RecordBytes(12).At<int>(0, 2).At<int>(4, 6).At<int>(8, 9).Bytes());
     EXPECT_FALSE(player.m_blFishEyeEnabled);
     EXPECT_TRUE(FakeAlgo()->Calls("ZebAlgo_FCU_Ctrl").empty());
     EXPECT_TRUE(TestLog::Lines().empty());
@@ -268,8 +277,9 @@ TEST_F(MainPlayer, FailedEngineCreationKeepsTheSizeFromTheHeader) {
     Creation creation;
     FakeEngine()->PushResult("KW_CreatePlayerForSpecialNeeds", -4);
     EXPECT_EQ(creation.Run(player), -1);
-    EXPECT_EQ(TestLog::Lines(), Lines({"info: _ZEB_ Panoview : [  CLS_MainPlayer::CreateMainPlayer "
-                                       "CLS_ZebPlayer_SDK::KW_CreatePlayerForSpecialNeeds < 0  iPlayerID =  -4  ]"}));
+    EXPECT_EQ(TestLog::Lines(),
+              Lines({"info: _ZEB_ Panoview : [  CLS_MainPlayer::CreateMainPlayer "
+                     "CLS_ZebPlayer_SDK::KW_CreatePlayerForSpecialNeeds < 0  iPlayerID =  -4  ]"}));
     EXPECT_EQ(player.m_iVideoWidth, 1920);
     EXPECT_EQ(player.m_iVideoHeight, 1080);
     EXPECT_EQ(player.m_iMainPlayId, -1);
@@ -466,13 +476,15 @@ TEST_F(MainPlayer, UserDataOfOtherTypesOrWithoutPayloadOrPlayerIsIgnored) {
     for (int iType : {0, 1, 8, 10, -9})
         ASSERT_TRUE(Deliver(3, iType, &tSet, sizeof(tSet)));
     ASSERT_TRUE(Deliver(3, 9, nullptr, sizeof(tSet)));
-    CLS_MainPlayer::UserDataCallBack(3, 9, reinterpret_cast<const unsigned char*>(&tSet), sizeof(tSet), nullptr);
+    CLS_MainPlayer::UserDataCallBack(3, 9, reinterpret_cast<const unsigned char*>(&tSet), sizeof(tSet),
+                                     nullptr);
     EXPECT_TRUE(FakeAlgo()->Journal().empty());
     EXPECT_TRUE(FakeEngine()->Calls("KW_SetFishEyeCorrectEnable").empty());
     EXPECT_FALSE(player.IsInitUserData());
     EXPECT_TRUE(TestLog::Lines().empty());
     // The play index argument is not used: the player is the one given as user.
-    CLS_MainPlayer::UserDataCallBack(77, 9, reinterpret_cast<const unsigned char*>(&tSet), sizeof(tSet), &player);
+    CLS_MainPlayer::UserDataCallBack(77, 9, reinterpret_cast<const unsigned char*>(&tSet), sizeof(tSet),
+                                     &player);
     EXPECT_TRUE(player.IsInitUserData());
 }
 
@@ -520,18 +532,18 @@ TEST_F(MainPlayer, DeletingTheViewsSwitchesOffAndDeletesEveryViewInOrder) {
     ASSERT_EQ(player.EnableFishEye(true), 0);
     player.EnableDraw(true);
     player.m_qmapSubPlayers[CORRECT_TYPE_360] = {new FakePTZView(4, 0, {})};
-    player.m_qmapSubPlayers[CORRECT_TYPE_PTZ] = {new FakePTZView(2, 0, {}), nullptr, new FakePTZView(3, 0, {})};
+    player.m_qmapSubPlayers[CORRECT_TYPE_PTZ] = {new FakePTZView(2, 0, {}), nullptr,
+                                                 new FakePTZView(3, 0, {})};
     player.m_qmapSubPlayers[0] = {new FakePTZView(1, 0, {})};
     player.m_qmapSubPlayers[CORRECT_TYPE_180] = {};
     FakeEngine()->ClearJournal();
     CallOrder order;
     EXPECT_EQ(player.DeleteAllSubPlayer(), 0);
-    EXPECT_EQ(CallOrder::Calls(),
-              Lines({"KW_SetFishEyeCorrectCallBack 7", "KW_SetFishEyeCorrectEnable 0",
-                     "KW_SetFishEyeCorrectCallBack 501", "KW_DeleteFishEyeCorrect 501",
-                     "KW_SetFishEyeCorrectCallBack 502", "KW_DeleteFishEyeCorrect 502",
-                     "KW_SetFishEyeCorrectCallBack 503", "KW_DeleteFishEyeCorrect 503",
-                     "KW_SetFishEyeCorrectCallBack 504", "KW_DeleteFishEyeCorrect 504"}));
+    EXPECT_EQ(CallOrder::Calls(), Lines({"KW_SetFishEyeCorrectCallBack 7", "KW_SetFishEyeCorrectEnable 0",
+                                         "KW_SetFishEyeCorrectCallBack 501", "KW_DeleteFishEyeCorrect 501",
+                                         "KW_SetFishEyeCorrectCallBack 502", "KW_DeleteFishEyeCorrect 502",
+                                         "KW_SetFishEyeCorrectCallBack 503", "KW_DeleteFishEyeCorrect 503",
+                                         "KW_SetFishEyeCorrectCallBack 504", "KW_DeleteFishEyeCorrect 504"}));
     std::vector<int> vecOrder;
     for (const FakePTZView::Destruction& destruction : FakePTZView::Destroyed())
         vecOrder.push_back(destruction.m_iTag);
@@ -553,7 +565,8 @@ TEST_F(MainPlayer, DeletingAPlayerThatWasNeverCreatedFailsAfterDeletingItsViews)
     EXPECT_EQ(FakePTZView::Destroyed().size(), 1u);
     EXPECT_TRUE(player.m_qmapSubPlayers.isEmpty());
     EXPECT_TRUE(FakeEngine()->Calls("KW_DeletePlayer").empty());
-    EXPECT_EQ(TestLog::Lines(), Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::DeleteAllPlayer m_iMainPlayId < 0 ]"}));
+    EXPECT_EQ(TestLog::Lines(),
+              Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::DeleteAllPlayer m_iMainPlayId < 0 ]"}));
 }
 
 TEST_F(MainPlayer, DeletingThePlayerPassesTheEnginesResultUp) {
@@ -648,7 +661,9 @@ TEST_F(MainPlayer, DestroyingAPlayerWithoutHandleReleasesNothing) {
     FakeAlgo()->ClearJournal();
     TestLog::Clear();
     delete pPlayer;
-    EXPECT_EQ(TestLog::Lines(), Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::~CLS_MainPlayer nullptr == m_pFcuHandle ]"}));
+    EXPECT_EQ(
+        TestLog::Lines(),
+        Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::~CLS_MainPlayer nullptr == m_pFcuHandle ]"}));
     EXPECT_TRUE(FakeEngine()->Journal().empty());
     EXPECT_TRUE(FakeAlgo()->Journal().empty());
     EXPECT_TRUE(FakePTZView::Destroyed().empty());

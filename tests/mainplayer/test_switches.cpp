@@ -18,11 +18,12 @@ TEST_F(MainPlayer, PacketsAreRejectedInOrderAtInfoLevel) {
     EXPECT_EQ(player.PutStreamToPlayer(1, nullptr, 0), -1);
     EXPECT_EQ(player.PutStreamToPlayer(1, acData, 0), -1); // zero length
     EXPECT_EQ(player.PutStreamToPlayer(0, acData, -1), -1);
-    EXPECT_EQ(TestLog::Lines(), Lines({
-                                    "info: _ZEB_ Panoview : [  CLS_MainPlayer::PutStreamToPlayer nullptr == _pcStreamData ]",
-                                    "info: _ZEB_ Panoview : [  CLS_MainPlayer::PutStreamToPlayer _iSize <= 0 ]",
-                                    "info: _ZEB_ Panoview : [  CLS_MainPlayer::PutStreamToPlayer _iSize <= 0 ]",
-                                }));
+    EXPECT_EQ(TestLog::Lines(),
+              Lines({
+                  "info: _ZEB_ Panoview : [  CLS_MainPlayer::PutStreamToPlayer nullptr == _pcStreamData ]",
+                  "info: _ZEB_ Panoview : [  CLS_MainPlayer::PutStreamToPlayer _iSize <= 0 ]",
+                  "info: _ZEB_ Panoview : [  CLS_MainPlayer::PutStreamToPlayer _iSize <= 0 ]",
+              }));
     EXPECT_TRUE(FakeEngine()->Journal().empty());
 }
 
@@ -94,7 +95,8 @@ TEST_F(MainPlayer, CorrectionWithoutPlayerFails) {
     EXPECT_EQ(player.EnableFishEye(false), 0); // nothing changes: not even checked
     EXPECT_TRUE(TestLog::Lines().empty());
     EXPECT_EQ(player.EnableFishEye(true), -1);
-    EXPECT_EQ(TestLog::Lines(), Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::EnableFishEye  m_iMainPlayId < 0 ]"}));
+    EXPECT_EQ(TestLog::Lines(),
+              Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::EnableFishEye  m_iMainPlayId < 0 ]"}));
     EXPECT_FALSE(player.m_blFishEyeEnabled);
     EXPECT_TRUE(FakeEngine()->Journal().empty());
 }
@@ -147,7 +149,8 @@ TEST_F(MainPlayer, AreaBeyondTheIntegerRangeIsSaturated) {
     player.m_dAreaBottom = std::numeric_limits<double>::infinity();
     player.m_blIsInitUserData = true;
     EXPECT_EQ(player.EnableFishEye(true), 0);
-    const STRUCT_CorrectSetup tSetup = FakeEngine()->Calls("KW_SetFishEyeCorrectEnable").at(1).Record<STRUCT_CorrectSetup>();
+    const STRUCT_CorrectSetup tSetup =
+        FakeEngine()->Calls("KW_SetFishEyeCorrectEnable").at(1).Record<STRUCT_CorrectSetup>();
     EXPECT_EQ(tSetup.m_iAreaLeft, 0);
     EXPECT_EQ(tSetup.m_iAreaRight, std::numeric_limits<int>::max());
     EXPECT_EQ(tSetup.m_iAreaTop, std::numeric_limits<int>::min());
