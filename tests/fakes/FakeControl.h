@@ -34,6 +34,8 @@ public:
     // Result of every later call of the named function, after the queued ones.
     virtual void SetResult(const char* _pcFunction, std::int64_t _llResult) = 0;
     virtual std::vector<FakeCall> Journal() = 0;
+    // Forgets the journal only; scripted results and state (registrations, stores) stay.
+    virtual void ClearJournal() = 0;
     // The calls of one function, in order.
     virtual std::vector<FakeCall> Calls(const char* _pcFunction) = 0;
 

@@ -35,6 +35,10 @@ public:
         std::lock_guard<std::mutex> lock(m_mutex);
         return m_vecJournal;
     }
+    void ClearJournal() override {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_vecJournal.clear();
+    }
     std::vector<FakeCall> Calls(const char* _pcFunction) override {
         std::lock_guard<std::mutex> lock(m_mutex);
         std::vector<FakeCall> vecCalls;
