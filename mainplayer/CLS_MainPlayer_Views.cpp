@@ -13,6 +13,7 @@
 #include "subplayers/CLS_PTZSubPlayer.h"
 #include "subplayers/CLS_SourceSubPlayer.h"
 
+#include <QMutexLocker>
 #include <QReadLocker>
 
 #include <algorithm>
@@ -141,7 +142,11 @@ int CLS_MainPlayer::CreateSubPlayers(const STRUCT_FishEyeParam& _tParam, int /*_
                 delete pSubPlayer;
                 break; // on with the next type; the views made so far stay
             }
-            m_qmapSubPlayers[iSubPlayerType].append(pSubPlayer);
+            {
+                // The draw thread may already read the map.
+                QMutexLocker qlocker(&m_mutexDraw);
+                m_qmapSubPlayers[iSubPlayerType].append(pSubPlayer);
+            }
             _qmapIds[iSubPlayerType].append(iSubPlayerId);
             if (StartsDrawThread(iSubPlayerType))
                 StartDrawThread();
