@@ -183,24 +183,28 @@ TEST_F(PTZOutline, CurveRequestAndResultRecords) {
 }
 
 TEST_F(PTZOutline, LongPolylineIsCutAndTheWholeBlockIsUsable) {
-    // 16 polylines of 2500 points fill the 40000-point block; one more of 3000 is cut to 2500.
-    std::vector<Polyline> vecLines(16, Polyline(2500, {0.25f, 0.5f}));
+    // 3000 + 14 * 2500 + 2000 points fill the 40000-point block exactly; the first polyline is cut
+    // to 2500 points.
+    std::vector<Polyline> vecLines(14, Polyline(2500, {0.25f, 0.5f}));
     Polyline longLine;
     for (int i = 0; i < 3000; ++i)
         longLine.push_back({i / 4096.0f, 0.0f});
     vecLines.insert(vecLines.begin(), longLine);
+    vecLines.push_back(Polyline(2000, {0.75f, 1.0f}));
     FakeAlgo()->SetLines(vecLines);
     ExposedPTZ view;
     void* pHandle = Handle();
     const STRUCT_CorrectSetup tSetup = ViewSetup(1, CORRECT_TYPE_PTZ, 5000, 5000);
     EXPECT_EQ(view.InitPTZDraw(pHandle, &tSetup, n_DrawType_Fec), 0);
     const std::vector<Polyline> outline = Outline(view);
-    ASSERT_EQ(outline.size(), 17u);
+    ASSERT_EQ(outline.size(), 16u);
     ASSERT_EQ(outline[0].size(), 2500u);
+    EXPECT_EQ(outline[0].front().first, 0.0f);
     EXPECT_EQ(outline[0].back().first, 2499 / 4096.0f);
     EXPECT_EQ(outline[1].size(), 2500u);
-    // The fake stops at the block's end: the last polyline is the block's last 2500 - 3000 + ... points.
-    EXPECT_EQ(outline[16].size(), 2500u);
+    EXPECT_EQ(outline[14].size(), 2500u);
+    ASSERT_EQ(outline[15].size(), 2000u);
+    EXPECT_EQ(outline[15].back(), std::make_pair(0.75f, 1.0f)); // the block's last point
 }
 
 TEST_F(PTZOutline, LineCountBeyondTheBufferIsNotReadBeyondIt) {
