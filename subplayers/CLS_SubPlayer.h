@@ -38,16 +38,37 @@ public:
     int SetFecCallBackFunc(PF_FishEyeCorrectCallBack _pfCallBack, void* _pUser);
 
 protected:
-    int m_iMainPlayId = -1;          // engine id of the main player; negative: not created
-    int m_iSubPlayId = -1;           // engine id of this view's correction; negative: none
-    void* m_pWindow = nullptr;       // the client's window
+    // The lines a view's CreatePlayer writes; each kind names itself in them.
+    struct STRUCT_CreateMessages {
+        const char* m_pcNullHandle;
+        const char* m_pcBadMainId;
+        const char* m_pcNullWindow;
+        const char* m_pcNullSubId;
+        const char* m_pcNullParam;
+        const char* m_pcUnbound;    // KW_CreateFishEyeCorrect not bound
+        const char* m_pcEngineFail; // followed by the engine's result and " ]"
+    };
+
+    // The argument checks of CreatePlayer, in their fixed order; 0 or -1 (logged).
+    static int CheckCreateArguments(const STRUCT_CreateMessages& _tMessages, void* _pfcuHandle,
+                                    int _iMainPlayerId, const STRUCT_CorrectSetup* _pParam, void* _pWindow,
+                                    const int* _piSubPlayerId);
+    // Checks the arguments, opens the engine correction and, on success only, records the view.
+    // The cached set-up fields are refreshed only when _blCacheSetup is set.
+    int CreateEngineCorrection(const STRUCT_CreateMessages& _tMessages, bool _blCacheSetup, void* _pfcuHandle,
+                               int _iMainPlayerId, const STRUCT_CorrectSetup* _pParam, void* _pWindow,
+                               int* _piSubPlayerId);
+
+    int m_iMainPlayId = -1;                // engine id of the main player; negative: not created
+    int m_iSubPlayId = -1;                 // engine id of this view's correction; negative: none
+    void* m_pWindow = nullptr;             // the client's window
     STRUCT_CorrectSetup m_tCorrectSetup{}; // copy of the set-up record given to CreatePlayer
-    void* m_pFcuHandle = nullptr;    // the main player's algorithm handle, not owned
-    double m_dCenterX = 0.0;         // view centre in the 0 to 10000 plane (PTZ view)
+    void* m_pFcuHandle = nullptr;          // the main player's algorithm handle, not owned
+    double m_dCenterX = 0.0;               // view centre in the 0 to 10000 plane (PTZ view)
     double m_dCenterY = 0.0;
-    int m_iSetupMode = 0;            // set-up byte 4: mounting mode
-    int m_iSetupType = 0;            // set-up byte 8: correction type
-    int m_iSetupExtra = 0;           // set-up byte 80
+    int m_iSetupMode = 0;  // set-up byte 4: mounting mode
+    int m_iSetupType = 0;  // set-up byte 8: correction type
+    int m_iSetupExtra = 0; // set-up byte 80
 };
 
 #endif // CLS_SUB_PLAYER_H
