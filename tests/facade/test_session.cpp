@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstring>
 #include <mutex>
 #include <thread>
 
@@ -222,7 +223,10 @@ TEST_F(Session, AreaFromTheClientIsAppliedAtOnce) {
     EXPECT_TRUE(FakeEngine()->Calls("KW_PlayerControl").empty()); // no subscription needed
     const std::vector<FakeCall> vecCtrl = FakeAlgo()->Calls("ZebAlgo_FCU_Ctrl");
     ASSERT_EQ(vecCtrl.size(), 1u);
-    EXPECT_EQ(vecCtrl[0].Record<STRUCT_FcuInitParam>().m_fAreaLeft, static_cast<float>(250 / 10000.0));
+    float fLeft = 0.0f; // the area's left edge, as a fraction, at byte 16 of the initialisation record
+    ASSERT_GE(vecCtrl[0].m_vecRecords[0].size(), 20u);
+    std::memcpy(&fLeft, vecCtrl[0].m_vecRecords[0].data() + 16, sizeof(fLeft));
+    EXPECT_EQ(fLeft, static_cast<float>(250 / 10000.0));
     EXPECT_EQ(m_pFish->FishPlayer_DeleteAllPlayer(iId), 0);
 }
 
