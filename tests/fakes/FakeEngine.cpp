@@ -148,7 +148,8 @@ FAKE_EXPORT int KW_GetFishEyeCorrectPara(int _iPlayId, int _iCorrectId, int _iKi
                           0);
     if (iRet == 0 && _pBuffer && _iSize > 0) {
         const Bytes bytes = Engine().GetPara(_iCorrectId, _iKind);
-        std::memcpy(_pBuffer, bytes.data(), std::min<size_t>(bytes.size(), static_cast<size_t>(_iSize)));
+        if (!bytes.empty())
+            std::memcpy(_pBuffer, bytes.data(), std::min<size_t>(bytes.size(), static_cast<size_t>(_iSize)));
     }
     return iRet;
 }
