@@ -39,6 +39,7 @@ bool PopHeld(const void* _pLock) {
 extern "C" {
 void __real__ZN6QMutex4lockEv(QMutex*);
 void __real__ZN6QMutex6unlockEv(QMutex*);
+bool __real__ZN6QMutex7tryLockEi(QMutex*, int);
 void __real__ZN14QReadWriteLock11lockForReadEv(QReadWriteLock*);
 void __real__ZN14QReadWriteLock12lockForWriteEv(QReadWriteLock*);
 void __real__ZN14QReadWriteLock6unlockEv(QReadWriteLock*);
@@ -47,6 +48,14 @@ void __wrap__ZN6QMutex4lockEv(QMutex* _pMutex) {
     __tsan_mutex_pre_lock(_pMutex, 0);
     __real__ZN6QMutex4lockEv(_pMutex);
     __tsan_mutex_post_lock(_pMutex, 0, 0);
+}
+
+bool __wrap__ZN6QMutex7tryLockEi(QMutex* _pMutex, int _iTimeout) {
+    __tsan_mutex_pre_lock(_pMutex, __tsan_mutex_try_lock);
+    const bool blLocked = __real__ZN6QMutex7tryLockEi(_pMutex, _iTimeout);
+    __tsan_mutex_post_lock(
+        _pMutex, blLocked ? __tsan_mutex_try_lock : __tsan_mutex_try_lock | __tsan_mutex_try_lock_failed, 0);
+    return blLocked;
 }
 
 void __wrap__ZN6QMutex6unlockEv(QMutex* _pMutex) {

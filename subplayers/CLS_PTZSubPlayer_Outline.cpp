@@ -46,14 +46,18 @@ int CLS_PTZSubPlayer::GetPTZDrawData(QVector<QVector<STRUCT_DrawPoint>>& _qvecDa
     return 0;
 }
 
+// The list is never changed in place: a reader's copy may still share its storage, and Qt decides
+// in place-or-copy with an unordered look at the share count. A fresh storage is always safe.
 void CLS_PTZSubPlayer::ClearDrawData() {
     QWriteLocker locker(&m_qrwlockDrawData);
-    m_qvecDrawData.clear();
+    m_qvecDrawData = QVector<QVector<STRUCT_DrawPoint>>();
 }
 
 void CLS_PTZSubPlayer::AppendPolyline(const QVector<STRUCT_DrawPoint>& _qvecLine) {
     QWriteLocker locker(&m_qrwlockDrawData);
-    m_qvecDrawData.append(_qvecLine);
+    QVector<QVector<STRUCT_DrawPoint>> qvecData = m_qvecDrawData; // shared: the append copies
+    qvecData.append(_qvecLine);
+    m_qvecDrawData = qvecData;
 }
 
 int CLS_PTZSubPlayer::InitPTZDraw(void*& _pfcuHandle, const STRUCT_CorrectSetup* _pParam, int _iDrawType) {
