@@ -2,6 +2,7 @@
 #include "FakeState.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace {
@@ -19,7 +20,8 @@ public:
         auto it = m_mapPara.find({_iCorrectId, _iKind});
         return it == m_mapPara.end() ? std::vector<unsigned char>() : it->second;
     }
-    bool DeliverUserData(int _iPlayIndex, int _iDataType, const unsigned char* _pcData, int _iLength) override {
+    bool DeliverUserData(int _iPlayIndex, int _iDataType, const unsigned char* _pcData,
+                         int _iLength) override {
         std::pair<PF_UserData, void*> registration;
         {
             std::lock_guard<std::mutex> lock(m_mutex);
@@ -31,6 +33,15 @@ public:
         // Called without the lock, as an engine thread would: the callback calls back into the engine.
         registration.first(_iPlayIndex, _iDataType, _pcData, _iLength, registration.second);
         return true;
+    }
+
+    void SetStreamCopyLimit(int _iMaxBytes) override {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_iStreamCopyLimit = _iMaxBytes;
+    }
+    int StreamCopyLimit() {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_iStreamCopyLimit;
     }
 
     int NextPlayId() {
@@ -52,6 +63,7 @@ protected:
         m_mapUserData.clear();
         m_iNextPlayId = 1;
         m_iNextCorrectId = 100;
+        m_iStreamCopyLimit = std::numeric_limits<int>::max();
     }
 
 private:
@@ -59,6 +71,7 @@ private:
     std::map<int, std::pair<PF_UserData, void*>> m_mapUserData;
     int m_iNextPlayId = 1;
     int m_iNextCorrectId = 100;
+    int m_iStreamCopyLimit = std::numeric_limits<int>::max();
 };
 
 FakeEngine& Engine() {
@@ -91,8 +104,9 @@ FAKE_EXPORT int KW_CreateSystem(int _iReserved) {
 }
 
 FAKE_EXPORT int KW_CreatePlayerForSpecialNeeds(int _iKind, void* _pParam, int _iSize, int _iReserved) {
-    return Call({"KW_CreatePlayerForSpecialNeeds", {_iKind, Addr(_pParam), _iSize, _iReserved}, {Copy(_pParam, 32)}},
-                Engine().NextPlayId());
+    return Call(
+        {"KW_CreatePlayerForSpecialNeeds", {_iKind, Addr(_pParam), _iSize, _iReserved}, {Copy(_pParam, 32)}},
+        Engine().NextPlayId());
 }
 
 FAKE_EXPORT int KW_Play(int _iPlayId) {
@@ -100,7 +114,8 @@ FAKE_EXPORT int KW_Play(int _iPlayId) {
 }
 
 FAKE_EXPORT int KW_PlayerControl(int _iPlayIndex, int _iCommand, void* _pParam, int _iSize, int _iReserved) {
-    const int iRet = Call({"KW_PlayerControl", {_iPlayIndex, _iCommand, Addr(_pParam), _iSize, _iReserved},
+    const int iRet = Call({"KW_PlayerControl",
+                           {_iPlayIndex, _iCommand, Addr(_pParam), _iSize, _iReserved},
                            {Copy(_pParam, 24)}},
                           0);
     if (iRet == 0 && _iCommand == 4 && _pParam) {
@@ -114,7 +129,8 @@ FAKE_EXPORT int KW_PlayerControl(int _iPlayIndex, int _iCommand, void* _pParam, 
 }
 
 FAKE_EXPORT int KW_PutStreamToPlayer(int _iPlayId, unsigned char* _pcData, int _iSize) {
-    return Call({"KW_PutStreamToPlayer", {_iPlayId, Addr(_pcData), _iSize}, {Copy(_pcData, _iSize)}}, 0);
+    const int iCopy = std::min(_iSize, Engine().StreamCopyLimit());
+    return Call({"KW_PutStreamToPlayer", {_iPlayId, Addr(_pcData), _iSize}, {Copy(_pcData, iCopy)}}, 0);
 }
 
 FAKE_EXPORT int KW_DeletePlayer(int _iPlayId) {
@@ -130,7 +146,8 @@ FAKE_EXPORT int KW_DeleteFishEyeCorrect(int _iPlayId, int _iCorrectId) {
     return Call({"KW_DeleteFishEyeCorrect", {_iPlayId, _iCorrectId}, {}}, 0);
 }
 
-FAKE_EXPORT int KW_SetFishEyeCorrectCallBack(int _iPlayId, int _iCorrectId, void (*_pf)(int, void*), void* _pUser) {
+FAKE_EXPORT int KW_SetFishEyeCorrectCallBack(int _iPlayId, int _iCorrectId, void (*_pf)(int, void*),
+                                             void* _pUser) {
     return Call({"KW_SetFishEyeCorrectCallBack",
                  {_iPlayId, _iCorrectId, Addr(reinterpret_cast<const void*>(_pf)), Addr(_pUser)},
                  {}},
@@ -142,8 +159,10 @@ FAKE_EXPORT int KW_SetFishEyeCorrectEnable(int _iPlayId, int _iEnable, const voi
                 _iEnable ? 7 : 0);
 }
 
-FAKE_EXPORT int KW_GetFishEyeCorrectPara(int _iPlayId, int _iCorrectId, int _iKind, void* _pBuffer, int _iSize) {
-    const int iRet = Call({"KW_GetFishEyeCorrectPara", {_iPlayId, _iCorrectId, _iKind, Addr(_pBuffer), _iSize},
+FAKE_EXPORT int KW_GetFishEyeCorrectPara(int _iPlayId, int _iCorrectId, int _iKind, void* _pBuffer,
+                                         int _iSize) {
+    const int iRet = Call({"KW_GetFishEyeCorrectPara",
+                           {_iPlayId, _iCorrectId, _iKind, Addr(_pBuffer), _iSize},
                            {Copy(_pBuffer, _iSize)}},
                           0);
     if (iRet == 0 && _pBuffer && _iSize > 0) {
@@ -154,10 +173,11 @@ FAKE_EXPORT int KW_GetFishEyeCorrectPara(int _iPlayId, int _iCorrectId, int _iKi
     return iRet;
 }
 
-FAKE_EXPORT int KW_SetFishEyeCorrectPara(int _iPlayId, int _iCorrectId, int _iKind, void* _pBuffer, int _iSize) {
+FAKE_EXPORT int KW_SetFishEyeCorrectPara(int _iPlayId, int _iCorrectId, int _iKind, void* _pBuffer,
+                                         int _iSize) {
     const Bytes bytes = Copy(_pBuffer, _iSize);
-    const int iRet = Call({"KW_SetFishEyeCorrectPara", {_iPlayId, _iCorrectId, _iKind, Addr(_pBuffer), _iSize}, {bytes}},
-                          0);
+    const int iRet = Call(
+        {"KW_SetFishEyeCorrectPara", {_iPlayId, _iCorrectId, _iKind, Addr(_pBuffer), _iSize}, {bytes}}, 0);
     if (iRet == 0)
         Engine().SetPara(_iCorrectId, _iKind, bytes);
     return iRet;
@@ -165,8 +185,10 @@ FAKE_EXPORT int KW_SetFishEyeCorrectPara(int _iPlayId, int _iCorrectId, int _iKi
 
 // Exports the library binds but never calls: they only leave a trace.
 #define FAKE_KW_CALLED(name)
-#define FAKE_KW_UNUSED(name)                                                                                   \
-    FAKE_EXPORT int name() { return Call({#name, {}, {}}, -1); }
+#define FAKE_KW_UNUSED(name)                                                                                 \
+    FAKE_EXPORT int name() {                                                                                 \
+        return Call({#name, {}, {}}, -1);                                                                    \
+    }
 #include "EngineExports.inc"
 #undef FAKE_KW_UNUSED
 #undef FAKE_KW_CALLED
