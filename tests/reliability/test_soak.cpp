@@ -3,7 +3,7 @@
 // process's memory must stay flat: LeakSanitizer checks for leaks in the address build, and the
 // normal build compares the resident size after the first thousand cycles with the one at the end.
 //
-// Length: FISHPLAYER_SOAK_CYCLES cycles (default 5000; 1000 in sanitizer builds). The long run
+// Length: FISHPLAYER_SOAK_CYCLES cycles (default 5000; 2000 in sanitizer builds). The long run
 // is the same test with a larger count, for example FISHPLAYER_SOAK_CYCLES=1000000.
 #include "ReliabilitySupport.h"
 
@@ -92,7 +92,7 @@ protected:
 };
 
 TEST_F(Soak, CreatingAndDeletingPlayersWithEveryViewKindKeepsMemoryFlat) {
-    const int iCycles = RunLength("FISHPLAYER_SOAK_CYCLES", 5000, 1000);
+    const int iCycles = RunLength("FISHPLAYER_SOAK_CYCLES", 5000, 2000);
     const auto start = std::chrono::steady_clock::now();
     long lWarmResident = 0;
     for (int i = 0; i < iCycles; ++i) {
