@@ -119,6 +119,22 @@ private:
     Overlay m_last;
 };
 
+// An overlay callback for players whose overlays a test does not look at.
+inline OverlaySink& QuietOverlays() {
+    static OverlaySink s_sink;
+    return s_sink;
+}
+inline int QuietOverlayCallback(int _i1, int _i2, Overlay _overlay) {
+    QuietOverlays().Receive(_i1, _i2, _overlay);
+    return 0;
+}
+// Registers that callback and waits for an overlay, so that the player's draw thread has found
+// it and writes no line of its own into a log that the test compares (drawing must be on).
+inline bool RegisterQuietly(CLS_FishPlayer* _pFish, int _iId) {
+    return _pFish->FishPlayer_RegisterDrawCallback(_iId, QuietOverlayCallback) == 0 &&
+           QuietOverlays().WaitFor(1);
+}
+
 } // namespace Reliability
 
 #endif // FISHPLAYER_RELIABILITY_SUPPORT_H

@@ -29,10 +29,6 @@ std::string Value(int _i) {
     return " " + std::to_string(_i) + " ";
 }
 
-int QuietSink(int, int, Overlay) {
-    return 0;
-}
-
 class MisbehavingEngine : public FacadeTest {
 protected:
     void SetUp() override {
@@ -44,7 +40,7 @@ protected:
         m_iBystander = Create(EveryViewWindows(), &m_qmapBystanderIds);
         m_pFish->SetPlayIndex(0);
         ASSERT_EQ(m_iBystander, BYSTANDER_ID);
-        ASSERT_EQ(m_pFish->FishPlayer_RegisterDrawCallback(m_iBystander, QuietSink), 0);
+        ASSERT_TRUE(RegisterQuietly(m_pFish, m_iBystander));
         osd_TLDCSet tArea{};
         tArea.m_dRight = 10000;
         tArea.m_dBottom = 10000;
@@ -156,6 +152,7 @@ TEST_F(MisbehavingEngine, GarbageCorrectionIds) {
         TestLog::Clear();
         const int iId = Create(EveryViewWindows(), &qmapIds);
         ASSERT_EQ(iId, 1);
+        ASSERT_TRUE(RegisterQuietly(m_pFish, iId));
         EXPECT_EQ(qmapIds.value(CORRECT_TYPE_PTZ), QVector<int>{100});
         EXPECT_EQ(qmapIds.value(CORRECT_TYPE_180).size(), 1);
         EXPECT_THAT(
@@ -216,7 +213,7 @@ TEST_F(MisbehavingEngine, NegativeCodesFromEveryFunction) {
             continue;
         }
         FakeEngine()->SetPara(100, 1, PTZRecord(5000, 4500, 10000));
-        expectDefined(m_pFish->FishPlayer_RegisterDrawCallback(iId, QuietSink));
+        expectDefined(m_pFish->FishPlayer_RegisterDrawCallback(iId, QuietOverlayCallback));
         osd_TLDCSet tArea{};
         tArea.m_dRight = 9000;
         tArea.m_dBottom = 9000;
@@ -242,6 +239,63 @@ TEST_F(MisbehavingEngine, NegativeCodesFromEveryFunction) {
         EXPECT_EQ(m_pFish->FishPlayer_DeleteAllPlayer(iId), -1);
         EXPECT_EQ(TestLog::Lines().size(), 1u);
     }
+}
+
+// A delivery that the engine had under way when a player was deleted arrives late, after a new
+// player that never asked for user data was made, usually at the freed player's address: it is
+// dropped, and the new player keeps its own area.
+TEST_F(MisbehavingEngine, LateUserDataOfADeletedPlayerReachesNoOtherPlayer) {
+    m_pFish->SetPlayIndex(3);
+    const int iOld = Create(EveryViewWindows());
+    m_pFish->SetPlayIndex(0);
+    ASSERT_GT(iOld, 0);
+    // The callback and the player pointer the old player subscribed with, as the engine holds them.
+    const std::vector<FakeCall> vecSubscribe = FakeEngine()->Calls("KW_PlayerControl");
+    ASSERT_FALSE(vecSubscribe.empty());
+    const std::vector<unsigned char>& vecRecord = vecSubscribe.back().m_vecRecords.at(0);
+    typedef void (*PF_UserData)(int, int, const unsigned char*, int, void*);
+    PF_UserData pfCallBack = nullptr;
+    void* pOldPlayer = nullptr;
+    std::memcpy(&pfCallBack, vecRecord.data() + 8, sizeof(pfCallBack));
+    std::memcpy(&pOldPlayer, vecRecord.data() + 16, sizeof(pOldPlayer));
+    ASSERT_NE(pfCallBack, nullptr);
+    ASSERT_EQ(m_pFish->FishPlayer_DeleteAllPlayer(iOld), 0);
+
+    // The new player brings its own area and subscribes to nothing.
+    m_tTLDSet.m_dLeft = 1000;
+    m_tTLDSet.m_dTop = 1000;
+    m_tTLDSet.m_dRight = 9000;
+    m_tTLDSet.m_dBottom = 9000;
+    const int iNew = Create(EveryViewWindows(), nullptr, 1, true);
+    ASSERT_GT(iNew, 0);
+    ASSERT_TRUE(m_pFish->GetIsInitUserData(iNew));
+    FakeAlgo()->ClearJournal();
+    FakeEngine()->ClearJournal();
+    osd_TLDCSet tStale{};
+    tStale.m_dRight = 5000;
+    tStale.m_dBottom = 5000;
+    std::thread engine([&] {
+        pfCallBack(3, 9, reinterpret_cast<const unsigned char*>(&tStale), sizeof(tStale), pOldPlayer);
+    });
+    engine.join();
+    EXPECT_TRUE(FakeAlgo()->Calls("ZebAlgo_FCU_Ctrl").empty());
+    EXPECT_TRUE(FakeEngine()->Journal().empty());
+    // Switching correction off and on hands the engine the new player's own area.
+    EXPECT_EQ(m_pFish->FishPlayer_EnableFish(iNew, false), 0);
+    EXPECT_EQ(m_pFish->FishPlayer_EnableFish(iNew, true), 0);
+    const std::vector<FakeCall> vecEnable = FakeEngine()->Calls("KW_SetFishEyeCorrectEnable");
+    ASSERT_FALSE(vecEnable.empty());
+    EXPECT_EQ(IntAt(vecEnable.back().m_vecRecords.at(0), 20), 9000); // right
+    EXPECT_EQ(IntAt(vecEnable.back().m_vecRecords.at(0), 28), 9000); // bottom
+    FakeEngine()->ClearJournal();
+    ASSERT_EQ(m_pFish->FishPlayer_DeleteAllPlayer(iNew), 0);
+    // Whether the address was reused shows in the new player's stop record.
+    const std::vector<FakeCall> vecStop = FakeEngine()->Calls("KW_PlayerControl");
+    ASSERT_EQ(vecStop.size(), 1u);
+    void* pNewPlayer = nullptr;
+    std::memcpy(&pNewPlayer, vecStop[0].m_vecRecords.at(0).data() + 16, sizeof(pNewPlayer));
+    std::printf("late user data: the new player %s the deleted player's address\n",
+                pNewPlayer == pOldPlayer ? "took" : "did not take");
 }
 
 // Several engine threads deliver user data in a loop while the client creates and deletes players

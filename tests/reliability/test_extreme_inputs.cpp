@@ -31,10 +31,6 @@ std::string Value(int _i) {
     return " " + std::to_string(_i) + " ";
 }
 
-int QuietSink(int, int, Overlay) {
-    return 0;
-}
-
 class ExtremeInputs : public FacadeTest {
 protected:
     // Runs a call with a fresh log; its result, and its lines in *_pvecLines.
@@ -73,6 +69,7 @@ protected:
 TEST_F(ExtremeInputs, EveryMethodRefusesExtremeIdsThatNameNoPlayer) {
     const int iLive = Create(EveryViewWindows());
     ASSERT_EQ(iLive, 1);
+    ASSERT_TRUE(RegisterQuietly(m_pFish, iLive));
     unsigned char acData[8] = {1, 2, 3};
     struct Method {
         std::string m_strNotContained;
@@ -110,7 +107,7 @@ TEST_F(ExtremeInputs, EveryMethodRefusesExtremeIdsThatNameNoPlayer) {
          [&](int _iId) { return m_pFish->FishPlayer_PutStreamToPlayer(_iId, 0, acData, sizeof(acData)); }},
         {"[  CLS_FishPlayer::FishPlayer_RegisterDrawCallback !m_qmapMainPlayer.contains(_iFishPlayerID) "
          "_iFishPlayerID = ",
-         [&](int _iId) { return m_pFish->FishPlayer_RegisterDrawCallback(_iId, QuietSink); }},
+         [&](int _iId) { return m_pFish->FishPlayer_RegisterDrawCallback(_iId, QuietOverlayCallback); }},
         {"[  CLS_FishPlayer::FishPlayer_DeleteAllSubPlayer  !m_qmapMainPlayer.contains(_iFishPlayerID) "
          "_iFishPlayerID = ",
          [&](int _iId) { return m_pFish->FishPlayer_DeleteAllSubPlayer(_iId); }},
@@ -359,7 +356,8 @@ TEST_F(ExtremeInputs, StreamCreationTakesExtremeArgumentsAndFields) {
             (iField == 0 ? tExtremeDraw.m_iDrawEnable : tExtremeDraw.m_iDrawType) = iValue;
             qmapIds.clear();
             ASSERT_EQ(CreateWith(tParam, EveryViewWindows(), tHeader, 12, tExtremeDraw, &qmapIds, &iId), 0);
-            ASSERT_EQ(m_pFish->FishPlayer_RegisterDrawCallback(iId, QuietSink), 0);
+            if (tExtremeDraw.m_iDrawEnable != 0)
+                ASSERT_TRUE(RegisterQuietly(m_pFish, iId));
             iRet = Run(
                 [&] {
                     return m_pFish->FishPlayer_PTZCtl(iId, 1, {0, 0, 5}, n_PTZCtlCmd_ZoomInc);
@@ -441,7 +439,7 @@ protected:
             m_tParam.m_iInstallMode = iMode;
             const int iId = Create(EveryViewWindows());
             ASSERT_GT(iId, 0);
-            ASSERT_EQ(m_pFish->FishPlayer_RegisterDrawCallback(iId, QuietSink), 0);
+            ASSERT_TRUE(RegisterQuietly(m_pFish, iId));
             m_vecIds.push_back(iId);
         }
         // The engine holds a position for every PTZ view and an angle for every panorama.
