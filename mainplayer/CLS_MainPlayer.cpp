@@ -23,9 +23,13 @@ static_assert(std::numeric_limits<float>::is_iec559, "IEEE 754 floats are requir
 
 namespace {
 
-// Main players alive in the process. The engine may keep delivering user data to a player that
-// has gone (one without algorithm handle keeps its registration); such deliveries are dropped.
-// Recursive, because a delivery may arrive while the engine is being called from a delivery.
+// Main players that have subscribed to user data and are still alive. The engine may keep
+// delivering user data to a player that has gone (one without algorithm handle keeps its
+// registration, and a delivery may already be under way when the registration is stopped); such
+// deliveries are dropped. A player joins the set only when it subscribes, once everything a
+// delivery reads is set, so a late delivery for a destroyed player can never reach a new player
+// still being built at the same address. Recursive, because a delivery may arrive while the
+// engine is being called from a delivery.
 QReadWriteLock g_qrwlockLivePlayers(QReadWriteLock::Recursive);
 QSet<const void*> g_qsetLivePlayers;
 
@@ -64,10 +68,6 @@ int NotProvided() {
 } // namespace
 
 CLS_MainPlayer::CLS_MainPlayer() {
-    {
-        QWriteLocker qlocker(&g_qrwlockLivePlayers);
-        g_qsetLivePlayers.insert(this);
-    }
     const int iLoad = CLS_ZebAlgoFcu::LoadLib();
     if (iLoad < 0) {
         CLS_ZebLog::Warning("[  CLS_MainPlayer::CLS_MainPlayer CLS_ZebAlgoFcu::LoadLib fail iRet = ", iLoad,
@@ -203,6 +203,11 @@ int CLS_MainPlayer::CreateMainPlayer(const STRUCT_FishEyeParam& _tParam, const v
     if (_blIsInitUserData) {
         ApplyTLDSet(&_tTLDSet);
     } else {
+        {
+            // Deliveries are taken from here on.
+            QWriteLocker qlocker(&g_qrwlockLivePlayers);
+            g_qsetLivePlayers.insert(this);
+        }
         STRUCT_UserDataCallBackParam tRegister{};
         tRegister.m_iSize = sizeof(STRUCT_UserDataCallBackParam);
         tRegister.m_pfCallBack = &CLS_MainPlayer::UserDataCallBack;

@@ -2,6 +2,7 @@
 #include "FakeState.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace {
@@ -33,6 +34,15 @@ public:
         return true;
     }
 
+    void SetStreamCopyLimit(int _iMaxBytes) override {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_iStreamCopyLimit = _iMaxBytes;
+    }
+    int StreamCopyLimit() {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_iStreamCopyLimit;
+    }
+
     int NextPlayId() {
         std::lock_guard<std::mutex> lock(m_mutex);
         return m_iNextPlayId++;
@@ -52,6 +62,7 @@ protected:
         m_mapUserData.clear();
         m_iNextPlayId = 1;
         m_iNextCorrectId = 100;
+        m_iStreamCopyLimit = std::numeric_limits<int>::max();
     }
 
 private:
@@ -59,6 +70,7 @@ private:
     std::map<int, std::pair<PF_UserData, void*>> m_mapUserData;
     int m_iNextPlayId = 1;
     int m_iNextCorrectId = 100;
+    int m_iStreamCopyLimit = std::numeric_limits<int>::max();
 };
 
 FakeEngine& Engine() {
@@ -114,7 +126,8 @@ FAKE_EXPORT int KW_PlayerControl(int _iPlayIndex, int _iCommand, void* _pParam, 
 }
 
 FAKE_EXPORT int KW_PutStreamToPlayer(int _iPlayId, unsigned char* _pcData, int _iSize) {
-    return Call({"KW_PutStreamToPlayer", {_iPlayId, Addr(_pcData), _iSize}, {Copy(_pcData, _iSize)}}, 0);
+    const int iCopy = std::min(_iSize, Engine().StreamCopyLimit());
+    return Call({"KW_PutStreamToPlayer", {_iPlayId, Addr(_pcData), _iSize}, {Copy(_pcData, iCopy)}}, 0);
 }
 
 FAKE_EXPORT int KW_DeletePlayer(int _iPlayId) {
