@@ -19,10 +19,11 @@
 // copies of them, never the client's maps. A failed creation leaves nothing behind. Players still
 // alive at process exit are abandoned, not closed.
 //
-// Threads. The registry of players has no lock: the client must not create, delete and use the
-// same fisheye player from several threads at once (serialise them, for example on one thread).
-// Different players may be used from different threads as long as no thread creates or deletes
-// players at the same time. SetPlayIndex/GetPlayIndex may be called from any thread.
+// Threads. The registry of players has no lock: creating and deleting players (and their views)
+// must not overlap with any other call (serialise them, for example on one thread). Between
+// those, controls, feeding and switches may come from several threads, but the controls of one
+// view must not overlap: steer each view from one thread at a time. SetPlayIndex/GetPlayIndex may
+// be called from any thread.
 //
 // Overlay callback. The callback registered with FishPlayer_RegisterDrawCallback runs on a thread
 // of the library (one per fisheye player), every 40 ms, while that player's draw lock is held.
