@@ -45,15 +45,16 @@ public:
 };
 
 // Live handles. A handle is used only while it is registered, so a released or foreign pointer is
-// refused instead of being read.
+// refused instead of being read. The registry is never destroyed: a caller's thread may still ask
+// while the process exits.
 std::mutex& RegistryMutex() {
-    static std::mutex s_mutex;
-    return s_mutex;
+    static std::mutex* s_pMutex = new std::mutex;
+    return *s_pMutex;
 }
 
 std::unordered_set<const void*>& Registry() {
-    static std::unordered_set<const void*> s_setHandles;
-    return s_setHandles;
+    static std::unordered_set<const void*>* s_pHandles = new std::unordered_set<const void*>;
+    return *s_pHandles;
 }
 
 int Snapshot(const void* _pHandle, STRUCT_HandleSetup* _ptSetup) {
@@ -253,17 +254,17 @@ int ZebAlgo_FCU_GetLibInfo(void* _pInfo) {
 
 int ZebAlgo_FCU_Point_Transform(void* _pHandle, void* _pRequest, void* _pPointOut) {
     STRUCT_HandleSetup tSetup;
-    int iRet = Snapshot(_pHandle, &tSetup);
-    if (FCU_OK != iRet && FCU_ERR_NOT_READY != iRet)
-        return iRet;
+    const int iState = Snapshot(_pHandle, &tSetup);
+    if (FCU_OK != iState && FCU_ERR_NOT_READY != iState)
+        return iState;
     STRUCT_FcuPointTransformParam tRequest{};
     const int iRead = ReadRecord(_pRequest, &tRequest);
     if (FCU_OK != iRead)
         return iRead;
     if (nullptr == _pPointOut)
         return FCU_ERR_POINTER;
-    if (FCU_OK != iRet)
-        return iRet;
+    if (FCU_OK != iState)
+        return iState;
     n_Space eFrom = n_Space::Fisheye;
     n_Space eTo = n_Space::Fisheye;
     if (!SpaceOfCode(tRequest.m_iFromSpace, &eFrom) || !SpaceOfCode(tRequest.m_iToSpace, &eTo) ||
@@ -361,7 +362,7 @@ int ZebAlgo_FCU_Process(void* _pHandle, int /*_iReserved*/, void* _pRequest, voi
         dAspect = static_cast<double>(tRequest.m_iWidth) / tRequest.m_iHeight;
     else if (0 != tRequest.m_iWidth || 0 != tRequest.m_iHeight)
         return FCU_ERR_PARAM;
-    int iSamples = tRequest.m_iField12 < 1 ? DEFAULT_SAMPLES_PER_EDGE : tRequest.m_iField12;
+    const int iSamples = tRequest.m_iField12 < 1 ? DEFAULT_SAMPLES_PER_EDGE : tRequest.m_iField12;
 
     const CLS_FisheyeGeometry& geometry = tSetup.m_geometry;
     const n_Mount eMount = RequestMount(tRequest.m_iMode, tSetup.m_eMount);

@@ -311,10 +311,8 @@ TEST_F(AlgoExports, PointTransformRoundTripsThroughThePanoramaAndTheLat) {
                         Transform(TransformRequest(iMode, tStart.m_fX, tStart.m_fY, FCU_SPACE_PTZ, iSpace),
                                   &tMid),
                         FCU_OK);
-                    // Through the library's integer plane as well: 9999 at most.
-                    const int iMode2 = iMode;
                     const int iRet = Transform(
-                        TransformRequest(iMode2, tMid.m_fX, tMid.m_fY, iSpace, FCU_SPACE_PTZ), &tBack);
+                        TransformRequest(iMode, tMid.m_fX, tMid.m_fY, iSpace, FCU_SPACE_PTZ), &tBack);
                     EXPECT_EQ(iRet, FCU_OK);
                     EXPECT_NEAR(tBack.m_fX, tStart.m_fX, 1e-4) << "mode " << iMode << " space " << iSpace;
                     EXPECT_NEAR(tBack.m_fY, tStart.m_fY, 1e-4) << "mode " << iMode << " space " << iSpace;
