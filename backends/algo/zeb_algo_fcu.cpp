@@ -35,7 +35,6 @@ struct STRUCT_HandleSetup {
     int m_iWidth = 0;
     int m_iHeight = 0;
     n_Mount m_eMount = n_Mount::Ceiling;
-    STRUCT_Area m_tArea{0.0, 1.0, 0.0, 1.0};
     CLS_FisheyeGeometry m_geometry;
 };
 
@@ -44,17 +43,22 @@ public:
     STRUCT_HandleSetup m_tSetup;
 };
 
+// An object that is built on first use, in static storage (no heap), and never destroyed: a
+// caller's thread may still call while the process exits.
+template <typename T> T& Immortal() {
+    alignas(T) static unsigned char s_aucStorage[sizeof(T)];
+    static T* s_p = new (s_aucStorage) T;
+    return *s_p;
+}
+
 // Live handles. A handle is used only while it is registered, so a released or foreign pointer is
-// refused instead of being read. The registry is never destroyed: a caller's thread may still ask
-// while the process exits.
+// refused instead of being read.
 std::mutex& RegistryMutex() {
-    static std::mutex* s_pMutex = new std::mutex;
-    return *s_pMutex;
+    return Immortal<std::mutex>();
 }
 
 std::unordered_set<const void*>& Registry() {
-    static std::unordered_set<const void*>* s_pHandles = new std::unordered_set<const void*>;
-    return *s_pHandles;
+    return Immortal<std::unordered_set<const void*>>();
 }
 
 int Snapshot(const void* _pHandle, STRUCT_HandleSetup* _ptSetup) {
@@ -122,22 +126,32 @@ double Clamp01(double _d, bool* _pblMoved) {
     return _d;
 }
 
+// Reads a record whose first int is its size; FCU_ERR_SIZE unless that size is sizeof(T).
+template <typename T> int ReadRecord(const void* _pRecord, T* _ptOut) {
+    if (nullptr == _pRecord)
+        return FCU_ERR_POINTER;
+    int iSize = 0;
+    std::memcpy(&iSize, _pRecord, sizeof(iSize)); // the size first: nothing is read beyond it
+    if (static_cast<int>(sizeof(T)) != iSize)
+        return FCU_ERR_SIZE;
+    std::memcpy(_ptOut, _pRecord, sizeof(T));
+    return FCU_OK;
+}
+
 int SetUp(void* _pHandle, const void* _pInitParam) {
     if (nullptr == _pHandle)
         return FCU_ERR_HANDLE;
-    if (nullptr == _pInitParam)
-        return FCU_ERR_POINTER;
     STRUCT_FcuInitParam tParam{};
-    std::memcpy(&tParam.m_iSize, _pInitParam, sizeof(tParam.m_iSize)); // the size first: no over-read
-    if (static_cast<int>(sizeof(STRUCT_FcuInitParam)) != tParam.m_iSize)
-        return FCU_ERR_SIZE;
-    std::memcpy(&tParam, _pInitParam, sizeof(tParam));
+    const int iRead = ReadRecord(_pInitParam, &tParam);
+    if (FCU_OK != iRead)
+        return iRead;
 
+    // The area places the image circle in the source picture; positions are relative to it, so it is
+    // only checked here.
+    const STRUCT_Area tArea{tParam.m_fAreaLeft, tParam.m_fAreaRight, tParam.m_fAreaTop, tParam.m_fAreaBottom};
     STRUCT_HandleSetup tSetup;
-    tSetup.m_tArea = {tParam.m_fAreaLeft, tParam.m_fAreaRight, tParam.m_fAreaTop, tParam.m_fAreaBottom};
     const bool blValid = tParam.m_iWidth > 0 && tParam.m_iHeight > 0 && IsMount(tParam.m_iField12) &&
-                         IsValidArea(tSetup.m_tArea) && IsFinite(tParam.m_fField32) &&
-                         IsFinite(tParam.m_fField36) &&
+                         IsValidArea(tArea) && IsFinite(tParam.m_fField32) && IsFinite(tParam.m_fField36) &&
                          tSetup.m_geometry.SetLens(tParam.m_fField32 * 2.0 * PI, tParam.m_fField36 * 2.0);
     tSetup.m_blReady = true;
     tSetup.m_iWidth = tParam.m_iWidth;
@@ -150,18 +164,6 @@ int SetUp(void* _pHandle, const void* _pInitParam) {
     if (!blValid)
         return FCU_ERR_PARAM; // the handle keeps its set-up
     static_cast<CLS_FcuHandle*>(_pHandle)->m_tSetup = tSetup;
-    return FCU_OK;
-}
-
-// Reads a record whose first int is its size; FCU_ERR_SIZE unless that size is sizeof(T).
-template <typename T> int ReadRecord(const void* _pRecord, T* _ptOut) {
-    if (nullptr == _pRecord)
-        return FCU_ERR_POINTER;
-    int iSize = 0;
-    std::memcpy(&iSize, _pRecord, sizeof(iSize));
-    if (static_cast<int>(sizeof(T)) != iSize)
-        return FCU_ERR_SIZE;
-    std::memcpy(_ptOut, _pRecord, sizeof(T));
     return FCU_OK;
 }
 
