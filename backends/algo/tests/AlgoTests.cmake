@@ -1,0 +1,20 @@
+# Tests of the open correction algorithm: its geometry and exports (label unit), and the library
+# driving it through the exported class with the fake engine (label e2e). Read in the top-level
+# folder once tests/ has defined its helpers, so every path here is absolute.
+find_package(GTest REQUIRED)
+set(FISHPLAYER_ALGO_TESTS_DIR ${CMAKE_CURRENT_LIST_DIR})
+
+add_executable(test_algo ${FISHPLAYER_ALGO_TESTS_DIR}/test_geometry.cpp ${FISHPLAYER_ALGO_TESTS_DIR}/test_exports.cpp)
+target_link_libraries(test_algo PRIVATE zeb_algo_fcu fishplayer_fisheye_geometry GTest::gtest GTest::gtest_main)
+add_test(NAME algo.unit COMMAND test_algo)
+set_tests_properties(algo.unit PROPERTIES LABELS "unit")
+fishplayer_sanitizer_environment(algo.unit)
+
+fishplayer_client_test(test_algo_e2e ${FISHPLAYER_ALGO_TESTS_DIR}/test_algo_e2e.cpp)
+target_include_directories(test_algo_e2e PRIVATE ${PROJECT_SOURCE_DIR}/tests/facade)
+add_dependencies(test_algo_e2e zeb_algo_fcu)
+add_test(NAME algo.e2e COMMAND test_algo_e2e)
+set_tests_properties(algo.e2e PROPERTIES
+    ENVIRONMENT "LD_LIBRARY_PATH=${FISHPLAYER_FAKES_DIR}/engine/full:${FISHPLAYER_ALGO_DIR}"
+    LABELS "e2e")
+fishplayer_sanitizer_environment(algo.e2e)
