@@ -1,6 +1,6 @@
 # Tests of the open correction algorithm: its geometry and exports (label unit), and the library
-# driving it through the exported class with the fake engine (label e2e). Read in the top-level
-# folder once tests/ has defined its helpers, so every path here is absolute.
+# driving it through the exported class with the fake engine (label e2e). Uses the helpers that
+# tests/ defines (the top-level project adds tests/ first).
 find_package(GTest REQUIRED)
 set(FISHPLAYER_ALGO_TESTS_DIR ${CMAKE_CURRENT_LIST_DIR})
 
