@@ -67,7 +67,6 @@ public:
     // An id whose registry entry is known to hold a player, or one of the two ids that no input
     // ever creates (for the query that remembers unknown ids, which must stay few).
     int PickQueryId(FuzzInput& _input) const;
-    size_t Count() const { return m_vecCandidates.size(); }
     // Deletes every player the input may have registered.
     void DeleteAll(CLS_FishPlayer* _pFish);
 

@@ -58,6 +58,9 @@ private:
         tCreation.m_tParam.m_iAlgoParam = m_input.I32();
         tCreation.m_tParam.m_iExtra = m_input.I32();
         tCreation.m_tDraw = DecodeDrawParam(m_input);
+        // Overlays have nothing to do with user data, and a draw thread makes every deletion wait
+        // for up to one draw period.
+        tCreation.m_tDraw.m_iDrawEnable = 0;
         tCreation.m_qmapWindows = DecodeWindows(m_input);
         FuzzEngine()->PushResult("KW_CreatePlayerForSpecialNeeds", m_players.FreshId(m_input.I32(), true));
         tCreation.m_iPresetId = m_players.FreshId(-1, false);
