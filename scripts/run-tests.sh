@@ -1,21 +1,29 @@
 #!/usr/bin/env bash
-# Builds fishplayer with its tests and runs the whole test suite: the plain build, then the same
-# tests under AddressSanitizer with UndefinedBehaviorSanitizer, and under ThreadSanitizer.
-# FISHPLAYER_TEST_BUILDS selects the builds (default: "plain address thread").
+# Builds fishplayer with its tests and runs the whole test suite:
+#   fuzz     the fuzz targets, each for FISHPLAYER_FUZZ_SECONDS (default 60) on its seed corpus
+#   address  every test under AddressSanitizer with UndefinedBehaviorSanitizer (halt on error, leaks)
+#   thread   every test under ThreadSanitizer
+#   plain    every test in the plain build, packaging included
+# FISHPLAYER_TEST_BUILDS selects and orders them (default: "fuzz address thread plain").
 set -euo pipefail
 cd "$(dirname "$0")/.."
-BUILDS=${FISHPLAYER_TEST_BUILDS:-plain address thread}
+BUILDS=${FISHPLAYER_TEST_BUILDS:-fuzz address thread plain}
 JOBS=$(nproc)
 for build in $BUILDS; do
     start=$(date +%s)
     case "$build" in
+    fuzz)
+        scripts/run-fuzz.sh "${FISHPLAYER_FUZZ_SECONDS:-60}"
+        echo "== fuzz build and runs: $(($(date +%s) - start)) s"
+        continue
+        ;;
     plain)
         dir=build
         cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DFISHPLAYER_BUILD_TESTS=ON
         labels=()
         ;;
     address | thread)
-        # The packaging tests build other projects without the sanitizer: run them in the plain build only.
+        # The packaging tests build other projects without the sanitizer: they run in the plain build.
         dir=build-$build
         cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DFISHPLAYER_BUILD_TESTS=ON -DFISHPLAYER_SANITIZE="$build"
         labels=(-LE package)
@@ -26,7 +34,6 @@ for build in $BUILDS; do
         ;;
     esac
     cmake --build "$dir" -j"$JOBS"
-    echo "== tests of the $build build"
+    echo "== $build build: $(($(date +%s) - start)) s; its tests follow"
     ctest --test-dir "$dir" --output-on-failure -j"$JOBS" --timeout 300 "${labels[@]}"
-    echo "== $build build and tests: $(($(date +%s) - start)) s"
 done
