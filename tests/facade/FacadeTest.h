@@ -11,9 +11,58 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <thread>
+
 // A stream header: its size, the picture width and height.
 struct StreamHeader {
     int m_aiFields[3];
+};
+
+using Overlay = QVector<QVector<QVector<STRUCT_DrawPoint>>>;
+
+// Everything the overlay callback of one player received, checked as it arrives.
+class OverlaySink {
+public:
+    void Receive(int _i1, int _i2, const Overlay& _overlay) {
+        if (_i1 != 0 || _i2 != 0)
+            m_blArgumentsZero = false;
+        if (std::this_thread::get_id() == m_threadClient)
+            m_blOnClientThread = true;
+        for (const auto& outline : _overlay)
+            for (const auto& line : outline)
+                for (const STRUCT_DrawPoint& point : line)
+                    if (!(point.m_fX >= 0.0f && point.m_fX <= 1.0f && point.m_fY >= 0.0f && point.m_fY <= 1.0f))
+                        m_blPointsInPicture = false;
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_last = _overlay;
+        }
+        ++m_iCount;
+    }
+    Overlay Last() {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_last;
+    }
+    // Waits, at most ten seconds, until _iMore further overlays arrived.
+    bool WaitFor(int _iMore) {
+        const int iTarget = m_iCount + _iMore;
+        for (int i = 0; i < 1000 && m_iCount < iTarget; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        return m_iCount >= iTarget;
+    }
+
+    std::atomic<int> m_iCount{0};
+    std::atomic<bool> m_blArgumentsZero{true};
+    std::atomic<bool> m_blPointsInPicture{true};
+    std::atomic<bool> m_blOnClientThread{false};
+    std::thread::id m_threadClient = std::this_thread::get_id(); // the thread that made the sink
+
+private:
+    std::mutex m_mutex;
+    Overlay m_last;
 };
 
 inline void* Window(int _i) {

@@ -14,41 +14,6 @@ namespace {
 
 using ::testing::Contains;
 using Lines = std::vector<std::string>;
-using Overlay = QVector<QVector<QVector<STRUCT_DrawPoint>>>;
-
-// What one overlay callback has received.
-struct OverlaySink {
-    std::atomic<int> m_iCount{0};
-    std::atomic<bool> m_blArgumentsZero{true};
-    std::atomic<bool> m_blOnCallerThread{false};
-    std::thread::id m_threadClient;
-    std::mutex m_mutex;
-    Overlay m_last;
-
-    void Receive(int _i1, int _i2, const Overlay& _overlay) {
-        if (_i1 != 0 || _i2 != 0)
-            m_blArgumentsZero = false;
-        if (std::this_thread::get_id() == m_threadClient)
-            m_blOnCallerThread = true;
-        {
-            std::lock_guard<std::mutex> lock(m_mutex);
-            m_last = _overlay;
-        }
-        ++m_iCount;
-    }
-    Overlay Last() {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return m_last;
-    }
-    // Waits, at most two seconds, until _iMore further overlays arrived.
-    bool WaitFor(int _iMore) {
-        const int iTarget = m_iCount + _iMore;
-        for (int i = 0; i < 200 && m_iCount < iTarget; ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        return m_iCount >= iTarget;
-    }
-};
-
 OverlaySink g_sinks[3];
 int Sink0(int _i1, int _i2, Overlay _overlay) {
     g_sinks[0].Receive(_i1, _i2, _overlay);
@@ -63,14 +28,7 @@ int Sink2(int _i1, int _i2, Overlay _overlay) {
     return 0;
 }
 
-class Session : public FacadeTest {
-protected:
-    void SetUp() override {
-        FacadeTest::SetUp();
-        for (OverlaySink& sink : g_sinks)
-            sink.m_threadClient = std::this_thread::get_id();
-    }
-};
+class Session : public FacadeTest {};
 
 TEST_F(Session, EveryViewKindFromCreationToDeletion) {
     QMap<int, QVector<int>> qmapIds;
@@ -97,7 +55,8 @@ TEST_F(Session, EveryViewKindFromCreationToDeletion) {
             EXPECT_EQ(edge.size(), 2);
     }
     EXPECT_TRUE(g_sinks[0].m_blArgumentsZero);
-    EXPECT_FALSE(g_sinks[0].m_blOnCallerThread);
+    EXPECT_FALSE(g_sinks[0].m_blOnClientThread);
+    EXPECT_TRUE(g_sinks[0].m_blPointsInPicture);
 
     // User data arrives on an engine thread.
     EXPECT_FALSE(m_pFish->GetIsInitUserData(iId));
