@@ -11,11 +11,11 @@ static_assert(sizeof(void*) == 8, "the algorithm records are laid out for 64-bit
 
 // Initialisation of an algorithm handle (ZebAlgo_FCU_Init and ZebAlgo_FCU_Ctrl).
 struct STRUCT_FcuInitParam {
-    int m_iSize;   // 132
-    int m_iWidth;  // picture width
-    int m_iHeight; // picture height
-    int m_iField12; // 2
-    float m_fAreaLeft;   // fractions of the picture
+    int m_iSize;       // 132
+    int m_iWidth;      // picture width
+    int m_iHeight;     // picture height
+    int m_iField12;    // 2
+    float m_fAreaLeft; // fractions of the picture
     float m_fAreaRight;
     float m_fAreaTop;
     float m_fAreaBottom;
@@ -41,10 +41,10 @@ constexpr int FCU_SPACE_PTZ = 0x40000;      // 262144
 
 // Point-transform request (ZebAlgo_FCU_Point_Transform).
 struct STRUCT_FcuPointTransformParam {
-    int m_iSize;      // 92
-    int m_iMode;      // transform kind or mounting mode
-    int m_iType;      // second fisheye field or correction type
-    float m_fX;       // 0 to 0.9999
+    int m_iSize; // 92
+    int m_iMode; // transform kind or mounting mode
+    int m_iType; // second fisheye field or correction type
+    float m_fX;  // 0 to 0.9999
     float m_fY;
     int m_iFromSpace; // 20
     int m_iToSpace;   // 24
@@ -76,13 +76,13 @@ struct STRUCT_FcuViewParam {
     int m_iCorrectType; // correction type
     int m_iField12;     // 32 in an outline request
     int m_iReserved16;
-    float m_fX;         // 20: outline centre
-    float m_fY;         // 24
-    float m_fZoom;      // 28: zoom / 10000
-    int m_iWidth;       // 32: outline request
-    int m_iHeight;      // 36
+    float m_fX;                   // 20: outline centre
+    float m_fY;                   // 24
+    float m_fZoom;                // 28: zoom / 10000
+    int m_iWidth;                 // 32: outline request
+    int m_iHeight;                // 36
     std::int64_t m_llOutlineKind; // 40: 0x1000 to 0x4000
-    int m_iTypeValue;   // 48: point request
+    int m_iTypeValue;             // 48: point request
     int m_aiReserved52[15];
 };
 static_assert(sizeof(STRUCT_FcuViewParam) == 112, "STRUCT_FcuViewParam is 112 bytes");
@@ -111,7 +111,7 @@ struct STRUCT_FcuLine {
 };
 static_assert(sizeof(STRUCT_FcuLine) == 16, "STRUCT_FcuLine is 16 bytes");
 
-constexpr int FCU_MAX_LINES = 22;         // entries that fit the line buffer
+constexpr int FCU_MAX_LINES = 22;             // entries that fit the line buffer
 constexpr int FCU_POINT_BLOCK_POINTS = 40000; // points in the caller's block (320000 bytes)
 constexpr int FCU_MAX_POINTS_PER_LINE = 2500; // points copied out of one polyline
 

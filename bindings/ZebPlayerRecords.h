@@ -35,8 +35,8 @@ static_assert(offsetof(STRUCT_PlayerCreateParam, m_iHeight) == 20, "height at 20
 static_assert(offsetof(STRUCT_PlayerCreateParam, m_llReserved24) == 24, "reserved at 24");
 
 // Engine callback that delivers channel user data.
-typedef void (*PF_UserDataCallBack)(int _iPlayIndex, int _iDataType, const unsigned char* _pcData, int _iLength,
-                                    void* _pUser);
+typedef void (*PF_UserDataCallBack)(int _iPlayIndex, int _iDataType, const unsigned char* _pcData,
+                                    int _iLength, void* _pUser);
 
 // Record of KW_PlayerControl command 4; null callback and user stop the delivery.
 struct STRUCT_UserDataCallBackParam {
@@ -66,16 +66,16 @@ struct STRUCT_CorrectSetup {
     int m_iAreaBottom;  // 28
     int m_iField32;     // 32: 8 for a view
     int m_iReserved36;
-    int m_iField40;     // 40: 32 for the whole picture and the PTZ view
-    int m_iViewIndex;   // 44: PTZ index, -1 for the other views
-    int m_iPositionX;   // 48
-    int m_iPositionY;   // 52
-    int m_iZoom;        // 56
-    int m_iWidth;       // 60
-    int m_iHeight;      // 64
+    int m_iField40;   // 40: 32 for the whole picture and the PTZ view
+    int m_iViewIndex; // 44: PTZ index, -1 for the other views
+    int m_iPositionX; // 48
+    int m_iPositionY; // 52
+    int m_iZoom;      // 56
+    int m_iWidth;     // 60
+    int m_iHeight;    // 64
     int m_iReserved68;
-    void* m_pWindow;    // 72
-    int m_iExtra;       // 80
+    void* m_pWindow; // 72
+    int m_iExtra;    // 80
     int m_iReserved84;
 };
 static_assert(sizeof(STRUCT_CorrectSetup) == 88, "STRUCT_CorrectSetup is 88 bytes");

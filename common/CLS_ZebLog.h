@@ -21,9 +21,12 @@ public:
     }
 
 private:
-    template <typename... Ts> static void Write(QDebug& _qdebug, const char* _pcLiteral, const Ts&... _items) {
+    template <typename... Ts>
+    static void Write(QDebug& _qdebug, const char* _pcLiteral, const Ts&... _items) {
         _qdebug.noquote();
-        _qdebug << "_ZEB_" << "Panoview" << ":" << _pcLiteral;
+        _qdebug << "_ZEB_"
+                << "Panoview"
+                << ":" << _pcLiteral;
         (void)(_qdebug << ... << _items);
     }
 };

@@ -55,8 +55,8 @@ int main() {
     int iId = -1;
     QMap<int, QVector<int>> qmapIds;
     int iRet = pFish->FishPlayer_CreatePlayerFromStream(tFishEye, Window(0), qmapWindows, 0,
-                                                        reinterpret_cast<unsigned char*>(aiHeader), 12, &iId, qmapIds,
-                                                        false, osd_TLDCSet{}, tDraw);
+                                                        reinterpret_cast<unsigned char*>(aiHeader), 12, &iId,
+                                                        qmapIds, false, osd_TLDCSet{}, tDraw);
     if (iRet != 0) {
         std::printf("creating the player failed: %d\n", iRet);
         return 1;
@@ -78,15 +78,17 @@ int main() {
     std::printf("%d packets fed\n", iFed);
 
     // Steer the first PTZ view with every command, then by mouse.
-    const char* apcCommands[] = {"up", "down", "left", "right", "left-up", "right-up",
-                                 "left-down", "right-down", "zoom-", "zoom+"};
+    const char* apcCommands[] = {"up",       "down",      "left",       "right", "left-up",
+                                 "right-up", "left-down", "right-down", "zoom-", "zoom+"};
     for (int iCmd = 0; iCmd <= 9; ++iCmd) {
         iRet = pFish->FishPlayer_PTZCtl(iId, 0, {200, 200, 500}, static_cast<n_PTZCtlCmd>(iCmd));
         std::printf("PTZ %-10s -> %d\n", apcCommands[iCmd], iRet);
     }
     const STRUCT_FishWindowRect tRect{640, 360};
-    std::printf("PTZ drag      -> %d\n", pFish->FishPlayer_PTZWindowCtl(iId, 1, {40, -20, 0}, n_CtlCmd_Move, tRect));
-    std::printf("PTZ wheel     -> %d\n", pFish->FishPlayer_PTZWindowCtl(iId, 1, {0, 0, 20}, n_CtlCmd_Zoom, tRect));
+    std::printf("PTZ drag      -> %d\n",
+                pFish->FishPlayer_PTZWindowCtl(iId, 1, {40, -20, 0}, n_CtlCmd_Move, tRect));
+    std::printf("PTZ wheel     -> %d\n",
+                pFish->FishPlayer_PTZWindowCtl(iId, 1, {0, 0, 20}, n_CtlCmd_Zoom, tRect));
     std::printf("outline drag  -> %d\n",
                 pFish->FishPlayer_DrawWindowCtl(iId, 2, {300, 300, 340, 310}, n_CtlCmd_Move, {640, 640}));
     std::printf("360 rotation  -> %d\n",

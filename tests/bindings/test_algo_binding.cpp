@@ -103,7 +103,8 @@ TEST(AlgoBindingLackingOne, OnlyTheMissingExportIsLoggedAndNull) {
 }
 
 TEST(AlgoBindingAbsent, EveryLoadLogsTheFailure) {
-    const std::string strLine = "warning: _ZEB_ Panoview : [ CLS_ZebAlgoFcu::LoadLib  zeb_algo_fcu.dll  load fail ]";
+    const std::string strLine =
+        "warning: _ZEB_ Panoview : [ CLS_ZebAlgoFcu::LoadLib  zeb_algo_fcu.dll  load fail ]";
     TestLog::Clear();
     EXPECT_EQ(CLS_ZebAlgoFcu::LoadLib(), -1);
     EXPECT_FALSE(CLS_ZebAlgoFcu::m_blLoaded);

@@ -34,7 +34,8 @@ public:
         for (const auto& outline : _overlay)
             for (const auto& line : outline)
                 for (const STRUCT_DrawPoint& point : line)
-                    if (!(point.m_fX >= 0.0f && point.m_fX <= 1.0f && point.m_fY >= 0.0f && point.m_fY <= 1.0f))
+                    if (!(point.m_fX >= 0.0f && point.m_fX <= 1.0f && point.m_fY >= 0.0f &&
+                          point.m_fY <= 1.0f))
                         m_blPointsInPicture = false;
         {
             std::lock_guard<std::mutex> lock(m_mutex);

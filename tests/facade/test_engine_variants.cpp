@@ -20,20 +20,24 @@ const STRUCT_FishWindowRect g_tRect{640, 480};
 
 TEST(FacadeWithoutEngine, EverythingThatNeedsTheEngineFails) {
     CLS_FishPlayer* pFish = CLS_FishPlayer::GetInstance();
-    EXPECT_THAT(TestLog::Lines(), Contains(Warning("[  CLS_FishPlayer::FishPlayer_CreateSystem CLS_ZebPlayer_SDK::LoadLib fail ]")));
+    EXPECT_THAT(
+        TestLog::Lines(),
+        Contains(Warning("[  CLS_FishPlayer::FishPlayer_CreateSystem CLS_ZebPlayer_SDK::LoadLib fail ]")));
     EXPECT_EQ(FakeEngine(), nullptr);
     TestLog::Clear();
     int iId = 3;
     QMap<int, QVector<int>> qmapIds;
     int aiHeader[3] = {12, 640, 480};
     EXPECT_EQ(pFish->FishPlayer_CreatePlayerFromStream({1, 0, 0}, Window(0), EveryViewWindows(), 0,
-                                                       reinterpret_cast<unsigned char*>(aiHeader), 12, &iId, qmapIds,
-                                                       false, {}, {1, 1}),
+                                                       reinterpret_cast<unsigned char*>(aiHeader), 12, &iId,
+                                                       qmapIds, false, {}, {1, 1}),
               -1);
-    EXPECT_THAT(TestLog::Lines(),
-                Contains(Info("[  CLS_MainPlayer::CreateMainPlayer nullptr == CLS_ZebPlayer_SDK::KW_CreatePlayerForSpecialNeeds]")));
-    EXPECT_THAT(TestLog::Lines(),
-                Contains(Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  CreateMainPlayer fail iRet =  -1  ]")));
+    EXPECT_THAT(TestLog::Lines(), Contains(Info("[  CLS_MainPlayer::CreateMainPlayer nullptr == "
+                                                "CLS_ZebPlayer_SDK::KW_CreatePlayerForSpecialNeeds]")));
+    EXPECT_THAT(
+        TestLog::Lines(),
+        Contains(Warning(
+            "[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  CreateMainPlayer fail iRet =  -1  ]")));
     EXPECT_EQ(iId, 3);
     EXPECT_TRUE(qmapIds.isEmpty());
     EXPECT_EQ(CLS_FishPlayer::FishPlayer_StopRevChUserDate(0), -1);
@@ -43,8 +47,10 @@ class FacadeWithout : public FacadeTest {};
 
 TEST_F(FacadeWithout, KW_CreateSystem) {
     // The system could not be created, which shows only in the log of the first use.
-    EXPECT_EQ(FirstUseLog(), std::vector<std::string>({Warning(
-                                 "[  CLS_FishPlayer::FishPlayer_CreateSystem nullptr == CLS_ZebPlayer_SDK::KW_CreateSystem ]")}));
+    EXPECT_EQ(
+        FirstUseLog(),
+        std::vector<std::string>({Warning(
+            "[  CLS_FishPlayer::FishPlayer_CreateSystem nullptr == CLS_ZebPlayer_SDK::KW_CreateSystem ]")}));
     const int iId = Create(EveryViewWindows());
     EXPECT_GE(iId, 0);
     EXPECT_EQ(m_pFish->FishPlayer_DeleteAllPlayer(iId), 0);
@@ -54,15 +60,16 @@ TEST_F(FacadeWithout, KW_CreatePlayerForSpecialNeeds) {
     int iResult = 0;
     EXPECT_EQ(Create(EveryViewWindows(), nullptr, 1, false, &iResult), -1);
     EXPECT_EQ(iResult, -1);
-    EXPECT_THAT(TestLog::Lines(),
-                Contains(Info("[  CLS_MainPlayer::CreateMainPlayer nullptr == CLS_ZebPlayer_SDK::KW_CreatePlayerForSpecialNeeds]")));
+    EXPECT_THAT(TestLog::Lines(), Contains(Info("[  CLS_MainPlayer::CreateMainPlayer nullptr == "
+                                                "CLS_ZebPlayer_SDK::KW_CreatePlayerForSpecialNeeds]")));
 }
 
 TEST_F(FacadeWithout, KW_Play) {
     int iResult = 0;
     EXPECT_EQ(Create(EveryViewWindows(), nullptr, 1, false, &iResult), -1);
     EXPECT_EQ(iResult, -1);
-    EXPECT_THAT(TestLog::Lines(), Contains(Info("[  CLS_MainPlayer::CreateMainPlayer nullptr == CLS_ZebPlayer_SDK::KW_Play]")));
+    EXPECT_THAT(TestLog::Lines(),
+                Contains(Info("[  CLS_MainPlayer::CreateMainPlayer nullptr == CLS_ZebPlayer_SDK::KW_Play]")));
     EXPECT_TRUE(FakeEngine()->Calls("KW_CreatePlayerForSpecialNeeds").empty());
 }
 
@@ -80,9 +87,10 @@ TEST_F(FacadeWithout, KW_PutStreamToPlayer) {
     unsigned char acData[4] = {0, 0, 0, 1};
     TestLog::Clear();
     EXPECT_EQ(m_pFish->FishPlayer_PutStreamToPlayer(iId, 0, acData, 4), -1);
-    EXPECT_EQ(TestLog::Lines(),
-              std::vector<std::string>(
-                  {Info("[  CLS_MainPlayer::PutStreamToPlayer nullptr == CLS_ZebPlayer_SDK::KW_PutStreamToPlayer ]")}));
+    EXPECT_EQ(
+        TestLog::Lines(),
+        std::vector<std::string>({Info(
+            "[  CLS_MainPlayer::PutStreamToPlayer nullptr == CLS_ZebPlayer_SDK::KW_PutStreamToPlayer ]")}));
     EXPECT_EQ(m_pFish->FishPlayer_DeleteAllPlayer(iId), 0);
 }
 
@@ -90,21 +98,25 @@ TEST_F(FacadeWithout, KW_DeletePlayer) {
     const int iId = Create(EveryViewWindows());
     ASSERT_GE(iId, 0);
     TestLog::Clear();
-    EXPECT_EQ(m_pFish->FishPlayer_DeleteAllPlayer(iId), 0); // the player is gone from the registry all the same
+    EXPECT_EQ(m_pFish->FishPlayer_DeleteAllPlayer(iId),
+              0); // the player is gone from the registry all the same
     EXPECT_THAT(TestLog::Lines(),
-                Contains(Warning("[  CLS_MainPlayer::DeleteAllPlayer nullptr == CLS_ZebPlayer_SDK::KW_DeletePlayer ]")));
+                Contains(Warning(
+                    "[  CLS_MainPlayer::DeleteAllPlayer nullptr == CLS_ZebPlayer_SDK::KW_DeletePlayer ]")));
     EXPECT_EQ(m_pFish->FishPlayer_EnableFish(iId, true), -1);
 }
 
 TEST_F(FacadeWithout, KW_CreateFishEyeCorrect) {
     QMap<int, QVector<int>> qmapIds;
     const int iId = Create(EveryViewWindows(), &qmapIds);
-    ASSERT_GE(iId, 0); // single views fail, the set-up goes on
+    ASSERT_GE(iId, 0);                                                // single views fail, the set-up goes on
     EXPECT_EQ(qmapIds.keys(), QList<int>({0, CORRECT_TYPE_FISHEYE})); // the views that open no correction
     EXPECT_THAT(TestLog::Lines(), Contains(Warning("[  CLS_PTZSubPlayer::CreatePlayer nullptr == "
                                                    "CLS_ZebPlayer_SDK::KW_CreateFishEyeCorrect ]")));
-    EXPECT_THAT(TestLog::Lines(),
-                Contains(Warning("[  CLS_SubPlayer::CreatePlayer nullptr == CLS_ZebPlayer_SDK::KW_CreateFishEyeCorrect ]")));
+    EXPECT_THAT(
+        TestLog::Lines(),
+        Contains(Warning(
+            "[  CLS_SubPlayer::CreatePlayer nullptr == CLS_ZebPlayer_SDK::KW_CreateFishEyeCorrect ]")));
     EXPECT_EQ(m_pFish->FishPlayer_PTZCtl(iId, 0, {1, 1, 1}, n_PTZCtlCmd_Up), -1);
     EXPECT_EQ(m_pFish->FishPlayer_DeleteAllPlayer(iId), 0);
 }
@@ -132,8 +144,9 @@ TEST_F(FacadeWithout, KW_SetFishEyeCorrectCallBack) {
 TEST_F(FacadeWithout, KW_SetFishEyeCorrectEnable) {
     const int iId = Create(EveryViewWindows());
     ASSERT_GE(iId, 0);
-    EXPECT_THAT(TestLog::Lines(), Contains(Warning("[  CLS_MainPlayer::EnableFishEye  "
-                                                   "CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable == nullptr ]")));
+    EXPECT_THAT(TestLog::Lines(),
+                Contains(Warning("[  CLS_MainPlayer::EnableFishEye  "
+                                 "CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable == nullptr ]")));
     TestLog::Clear();
     EXPECT_EQ(m_pFish->FishPlayer_EnableFish(iId, true), -1);
     EXPECT_EQ(m_pFish->FishPlayer_DeleteAllPlayer(iId), 0);
@@ -144,7 +157,8 @@ TEST_F(FacadeWithout, KW_GetFishEyeCorrectPara) {
     ASSERT_GE(iId, 0);
     TestLog::Clear();
     EXPECT_EQ(m_pFish->FishPlayer_PTZCtl(iId, 0, {1, 1, 1}, n_PTZCtlCmd_Up), -1);
-    EXPECT_EQ(m_pFish->FishPlayer_CorrectWindowCtl(iId, CORRECT_TYPE_360, {64, 0, 0}, n_CtlCmd_Move, g_tRect), -1);
+    EXPECT_EQ(m_pFish->FishPlayer_CorrectWindowCtl(iId, CORRECT_TYPE_360, {64, 0, 0}, n_CtlCmd_Move, g_tRect),
+              -1);
     EXPECT_THAT(TestLog::Lines(), Contains(Warning("[  CLS_PTZSubPlayer::DeletePlayer nullptr == "
                                                    "CLS_ZebPlayer_SDK::KW_GetFishEyeCorrectPara ]")));
     EXPECT_THAT(TestLog::Lines(), Contains(Warning("[  CLS_360ViewSubPlayer::GetCorrectPara nullptr == "
@@ -157,9 +171,11 @@ TEST_F(FacadeWithout, KW_SetFishEyeCorrectPara) {
     ASSERT_GE(iId, 0);
     TestLog::Clear();
     EXPECT_EQ(m_pFish->FishPlayer_PTZCtl(iId, 0, {1, 1, 1}, n_PTZCtlCmd_ZoomInc), -1);
-    EXPECT_EQ(m_pFish->FishPlayer_CorrectWindowCtl(iId, CORRECT_TYPE_180, {64, 0, 0}, n_CtlCmd_Move, g_tRect), -1);
+    EXPECT_EQ(m_pFish->FishPlayer_CorrectWindowCtl(iId, CORRECT_TYPE_180, {64, 0, 0}, n_CtlCmd_Move, g_tRect),
+              -1);
     EXPECT_THAT(TestLog::Lines(),
-                Contains(Warning("[  CLS_PTZSubPlayer::SetCorrectPara nullptr == CLS_ZebPlayer_SDK::SetCorrectPara")));
+                Contains(Warning(
+                    "[  CLS_PTZSubPlayer::SetCorrectPara nullptr == CLS_ZebPlayer_SDK::SetCorrectPara")));
     EXPECT_THAT(TestLog::Lines(), Contains(Warning("[  CLS_180ViewSubPlayer::SetCorrectPara nullptr == "
                                                    "CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectPara ]")));
     EXPECT_EQ(m_pFish->FishPlayer_DeleteAllPlayer(iId), 0);

@@ -48,29 +48,49 @@ std::vector<PerPlayerMethod> PerPlayerMethods() {
     const std::string strN = " nullptr == m_qmapMainPlayer[_iFishPlayerID] _iFishPlayerID = ";
     return {
         {"CorrectWindowCtl",
-         [=](CLS_FishPlayer* p, int id) { return p->FishPlayer_CorrectWindowCtl(id, 768, {1, 2, 3}, n_CtlCmd_Move, tRect); },
-         "[  CLS_FishPlayer::FishPlayer_CorrectWindowCtl" + strC, "[  CLS_FishPlayer::FishPlayer_CorrectWindowCtl" + strN},
+         [=](CLS_FishPlayer* p, int id) {
+             return p->FishPlayer_CorrectWindowCtl(id, 768, {1, 2, 3}, n_CtlCmd_Move, tRect);
+         },
+         "[  CLS_FishPlayer::FishPlayer_CorrectWindowCtl" + strC,
+         "[  CLS_FishPlayer::FishPlayer_CorrectWindowCtl" + strN},
         {"DrawWindowCtl",
-         [=](CLS_FishPlayer* p, int id) { return p->FishPlayer_DrawWindowCtl(id, 0, {1, 2, 3, 4}, n_CtlCmd_Move, tRect); },
-         "[  CLS_FishPlayer::FishPlayer_DrawWindowCtl" + strC, "[  CLS_FishPlayer::FishPlayer_DrawWindowCtl" + strN},
+         [=](CLS_FishPlayer* p, int id) {
+             return p->FishPlayer_DrawWindowCtl(id, 0, {1, 2, 3, 4}, n_CtlCmd_Move, tRect);
+         },
+         "[  CLS_FishPlayer::FishPlayer_DrawWindowCtl" + strC,
+         "[  CLS_FishPlayer::FishPlayer_DrawWindowCtl" + strN},
         {"PTZWindowCtl",
-         [=](CLS_FishPlayer* p, int id) { return p->FishPlayer_PTZWindowCtl(id, 0, {1, 2, 3}, n_CtlCmd_Zoom, tRect); },
-         "[  CLS_FishPlayer::FishPlayer_PTZWindowCtl" + strC, "[  CLS_FishPlayer::FishPlayer_PTZWindowCtl" + strN},
-        {"PTZCtl", [=](CLS_FishPlayer* p, int id) { return p->FishPlayer_PTZCtl(id, 0, {1, 2, 3}, n_PTZCtlCmd_Up); },
+         [=](CLS_FishPlayer* p, int id) {
+             return p->FishPlayer_PTZWindowCtl(id, 0, {1, 2, 3}, n_CtlCmd_Zoom, tRect);
+         },
+         "[  CLS_FishPlayer::FishPlayer_PTZWindowCtl" + strC,
+         "[  CLS_FishPlayer::FishPlayer_PTZWindowCtl" + strN},
+        {"PTZCtl",
+         [=](CLS_FishPlayer* p, int id) {
+             return p->FishPlayer_PTZCtl(id, 0, {1, 2, 3}, n_PTZCtlCmd_Up);
+         },
          "[  CLS_FishPlayer::FishPlayer_PTZCtl" + strC, "[  CLS_FishPlayer::FishPlayer_PTZCtl" + strN},
         {"EnableDraw", [=](CLS_FishPlayer* p, int id) { return p->FishPlayer_EnableDraw(id, true); },
-         "[  CLS_FishPlayer::FishPlayer_EnableDraw" + strC, "[  CLS_FishPlayer::FishPlayer_EnableDraw " + strN},
+         "[  CLS_FishPlayer::FishPlayer_EnableDraw" + strC,
+         "[  CLS_FishPlayer::FishPlayer_EnableDraw " + strN},
         {"EnableFish", [=](CLS_FishPlayer* p, int id) { return p->FishPlayer_EnableFish(id, true); },
-         "[  CLS_FishPlayer::FishPlayer_EnableFish" + strC, "[  CLS_FishPlayer::FishPlayer_EnableFish " + strN},
-        {"PutStreamToPlayer", [=](CLS_FishPlayer* p, int id) { return p->FishPlayer_PutStreamToPlayer(id, 0, s_acData, 4); },
-         "[  CLS_FishPlayer::FishPlayer_PutStreamToPlayer" + strC, "[  CLS_FishPlayer::FishPlayer_PutStreamToPlayer " + strN},
-        {"RegisterDrawCallback", [=](CLS_FishPlayer* p, int id) { return p->FishPlayer_RegisterDrawCallback(id, fnCallback); },
+         "[  CLS_FishPlayer::FishPlayer_EnableFish" + strC,
+         "[  CLS_FishPlayer::FishPlayer_EnableFish " + strN},
+        {"PutStreamToPlayer",
+         [=](CLS_FishPlayer* p, int id) { return p->FishPlayer_PutStreamToPlayer(id, 0, s_acData, 4); },
+         "[  CLS_FishPlayer::FishPlayer_PutStreamToPlayer" + strC,
+         "[  CLS_FishPlayer::FishPlayer_PutStreamToPlayer " + strN},
+        {"RegisterDrawCallback",
+         [=](CLS_FishPlayer* p, int id) { return p->FishPlayer_RegisterDrawCallback(id, fnCallback); },
          "[  CLS_FishPlayer::FishPlayer_RegisterDrawCallback" + strC,
          "[  CLS_FishPlayer::FishPlayer_RegisterDrawCallback " + strN},
-        {"DeleteAllSubPlayer", [=](CLS_FishPlayer* p, int id) { return p->FishPlayer_DeleteAllSubPlayer(id); },
-         "[  CLS_FishPlayer::FishPlayer_DeleteAllSubPlayer " + strC, "[  CLS_FishPlayer::FishPlayer_DeleteAllSubPlayer " + strN},
+        {"DeleteAllSubPlayer",
+         [=](CLS_FishPlayer* p, int id) { return p->FishPlayer_DeleteAllSubPlayer(id); },
+         "[  CLS_FishPlayer::FishPlayer_DeleteAllSubPlayer " + strC,
+         "[  CLS_FishPlayer::FishPlayer_DeleteAllSubPlayer " + strN},
         {"DeleteAllPlayer", [=](CLS_FishPlayer* p, int id) { return p->FishPlayer_DeleteAllPlayer(id); },
-         "[  CLS_FishPlayer::FishPlayer_DeleteAllPlayer " + strC, "[  CLS_FishPlayer::FishPlayer_DeleteAllPlayer " + strN},
+         "[  CLS_FishPlayer::FishPlayer_DeleteAllPlayer " + strC,
+         "[  CLS_FishPlayer::FishPlayer_DeleteAllPlayer " + strN},
     };
 }
 
@@ -87,8 +107,9 @@ TEST_F(FacadeTest, UnknownIdsAreRefusedByEveryMethodWithoutAddingAnEntry) {
 
 TEST_F(FacadeTest, AskingForUserDataOfAnUnknownIdLeavesAnEmptyEntryThatEveryMethodRefuses) {
     EXPECT_FALSE(m_pFish->GetIsInitUserData(9002));
-    EXPECT_EQ(TestLog::Lines(), Lines({Warning("[  CLS_FishPlayer::FishPlayer_PTZCtl nullptr == "
-                                               "m_qmapMainPlayer[_iFishPlayerID] _iFishPlayerID =  9002  ]")}));
+    EXPECT_EQ(TestLog::Lines(),
+              Lines({Warning("[  CLS_FishPlayer::FishPlayer_PTZCtl nullptr == "
+                             "m_qmapMainPlayer[_iFishPlayerID] _iFishPlayerID =  9002  ]")}));
     for (const PerPlayerMethod& method : PerPlayerMethods()) {
         TestLog::Clear();
         EXPECT_EQ(method.m_fnCall(m_pFish, 9002), -1) << method.m_pcName;
@@ -97,24 +118,29 @@ TEST_F(FacadeTest, AskingForUserDataOfAnUnknownIdLeavesAnEmptyEntryThatEveryMeth
     // Deleting does not remove an empty entry either.
     TestLog::Clear();
     EXPECT_EQ(m_pFish->FishPlayer_DeleteAllPlayer(9002), -1);
-    EXPECT_EQ(TestLog::Lines(), Lines({Warning("[  CLS_FishPlayer::FishPlayer_DeleteAllPlayer  nullptr == "
-                                               "m_qmapMainPlayer[_iFishPlayerID] _iFishPlayerID =  9002  ]")}));
+    EXPECT_EQ(TestLog::Lines(),
+              Lines({Warning("[  CLS_FishPlayer::FishPlayer_DeleteAllPlayer  nullptr == "
+                             "m_qmapMainPlayer[_iFishPlayerID] _iFishPlayerID =  9002  ]")}));
 }
 
 TEST_F(FacadeTest, SubPlayerCreationForAnUnknownId) {
     QMap<int, QVector<int>> qmapIds;
-    EXPECT_EQ(m_pFish->FishPlayer_CreateSubPlayer(m_tParam, 9003, EveryViewWindows(), qmapIds, 0, {1, 1}), -1);
+    EXPECT_EQ(m_pFish->FishPlayer_CreateSubPlayer(m_tParam, 9003, EveryViewWindows(), qmapIds, 0, {1, 1}),
+              -1);
     EXPECT_EQ(m_pFish->GetIsInitUserData(9004), false);
-    EXPECT_EQ(m_pFish->FishPlayer_CreateSubPlayer(m_tParam, 9004, EveryViewWindows(), qmapIds, 0, {1, 1}), -1);
-    EXPECT_EQ(TestLog::Lines(),
-              Lines({Warning("[  CLS_FishPlayer::CreateSubPlayer !m_qmapMainPlayer.contains(_iFishPlayerID) "
-                             "_iFishPlayerID =  9003  ]"),
-                     Warning("[  CLS_FishPlayer::FishPlayer_CreateSubPlayer  CreateSubPlayer fail iRet =  -1  ]"),
-                     Warning("[  CLS_FishPlayer::FishPlayer_PTZCtl nullptr == m_qmapMainPlayer[_iFishPlayerID] "
-                             "_iFishPlayerID =  9004  ]"),
-                     Warning("[  CLS_FishPlayer::CreateSubPlayer  nullptr == m_qmapMainPlayer[_iFishPlayerID] "
-                             "_iFishPlayerID =  9004  ]"),
-                     Warning("[  CLS_FishPlayer::FishPlayer_CreateSubPlayer  CreateSubPlayer fail iRet =  -1  ]")}));
+    EXPECT_EQ(m_pFish->FishPlayer_CreateSubPlayer(m_tParam, 9004, EveryViewWindows(), qmapIds, 0, {1, 1}),
+              -1);
+    EXPECT_EQ(
+        TestLog::Lines(),
+        Lines(
+            {Warning("[  CLS_FishPlayer::CreateSubPlayer !m_qmapMainPlayer.contains(_iFishPlayerID) "
+                     "_iFishPlayerID =  9003  ]"),
+             Warning("[  CLS_FishPlayer::FishPlayer_CreateSubPlayer  CreateSubPlayer fail iRet =  -1  ]"),
+             Warning("[  CLS_FishPlayer::FishPlayer_PTZCtl nullptr == m_qmapMainPlayer[_iFishPlayerID] "
+                     "_iFishPlayerID =  9004  ]"),
+             Warning("[  CLS_FishPlayer::CreateSubPlayer  nullptr == m_qmapMainPlayer[_iFishPlayerID] "
+                     "_iFishPlayerID =  9004  ]"),
+             Warning("[  CLS_FishPlayer::FishPlayer_CreateSubPlayer  CreateSubPlayer fail iRet =  -1  ]")}));
     EXPECT_TRUE(qmapIds.isEmpty());
 }
 
@@ -127,14 +153,18 @@ TEST_F(FacadeTest, FeedingChecksTheIdThenTheDataThenTheSize) {
     EXPECT_EQ(m_pFish->FishPlayer_PutStreamToPlayer(9005, 0, nullptr, -1), -1);
     EXPECT_EQ(m_pFish->FishPlayer_PutStreamToPlayer(iId, 0, nullptr, -1), -1);
     EXPECT_EQ(m_pFish->FishPlayer_PutStreamToPlayer(iId, 0, acData, -1), -1);
-    EXPECT_EQ(m_pFish->FishPlayer_PutStreamToPlayer(iId, 0, acData, 0), -1); // forwarded, refused by the player
+    EXPECT_EQ(m_pFish->FishPlayer_PutStreamToPlayer(iId, 0, acData, 0),
+              -1); // forwarded, refused by the player
     EXPECT_EQ(m_pFish->FishPlayer_PutStreamToPlayer(iId, 0, acData, 8), 0);
-    EXPECT_EQ(TestLog::Lines(),
-              Lines({Warning("[  CLS_FishPlayer::FishPlayer_PutStreamToPlayer !m_qmapMainPlayer.contains(_iFishPlayerID) "
-                             "_iFishPlayerID =  9005  ]"),
-                     Warning("[  CLS_FishPlayer::FishPlayer_PutStreamToPlayer nullptr == _pcStreamData"),
-                     Warning("[  CLS_FishPlayer::FishPlayer_PutStreamToPlayer _iSize < 0"),
-                     "info: _ZEB_ Panoview : [  CLS_MainPlayer::PutStreamToPlayer _iSize <= 0 ]"}));
+    EXPECT_EQ(
+        TestLog::Lines(),
+        Lines(
+            {Warning(
+                 "[  CLS_FishPlayer::FishPlayer_PutStreamToPlayer !m_qmapMainPlayer.contains(_iFishPlayerID) "
+                 "_iFishPlayerID =  9005  ]"),
+             Warning("[  CLS_FishPlayer::FishPlayer_PutStreamToPlayer nullptr == _pcStreamData"),
+             Warning("[  CLS_FishPlayer::FishPlayer_PutStreamToPlayer _iSize < 0"),
+             "info: _ZEB_ Panoview : [  CLS_MainPlayer::PutStreamToPlayer _iSize <= 0 ]"}));
     const std::vector<FakeCall> vecCalls = FakeEngine()->Calls("KW_PutStreamToPlayer");
     ASSERT_EQ(vecCalls.size(), 1u);
     EXPECT_EQ(vecCalls[0].m_vecArgs[0], iId);
@@ -151,10 +181,13 @@ TEST_F(FacadeTest, CreationFromAFileAlwaysFails) {
     EXPECT_EQ(iId, 77);
     EXPECT_TRUE(qmapIds.isEmpty());
     // The player made for the attempt is deleted at once; having opened nothing, it says so.
-    EXPECT_EQ(TestLog::Lines(),
-              Lines({Warning("[  CLS_FishPlayer::CreateMainPlayer pMainPlayer->CreateMainPlayer fail iRet =  -1  ]"),
-                     Warning("[  CLS_MainPlayer::DeleteAllPlayer m_iMainPlayId < 0 ]"),
-                     Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromFile  CreateMainPlayer fail iRet =  -1  ]")}));
+    EXPECT_EQ(
+        TestLog::Lines(),
+        Lines(
+            {Warning("[  CLS_FishPlayer::CreateMainPlayer pMainPlayer->CreateMainPlayer fail iRet =  -1  ]"),
+             Warning("[  CLS_MainPlayer::DeleteAllPlayer m_iMainPlayId < 0 ]"),
+             Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromFile  CreateMainPlayer fail iRet =  -1  "
+                     "]")}));
     EXPECT_TRUE(FakeEngine()->Calls("KW_CreatePlayerForSpecialNeeds").empty());
     // Nothing was registered under the client's id.
     TestLog::Clear();
@@ -168,34 +201,36 @@ TEST_F(FacadeTest, CreationArgumentChecks) {
     QMap<int, QVector<int>> qmapIds;
     int iId = 5;
     const QMap<int, QVector<void*>> qmapWindows = EveryViewWindows();
-    EXPECT_EQ(m_pFish->FishPlayer_CreatePlayerFromStream(m_tParam, Window(0), qmapWindows, 0, pcHeader, 12, nullptr,
-                                                         qmapIds, false, m_tTLDSet, {1, 1}),
+    EXPECT_EQ(m_pFish->FishPlayer_CreatePlayerFromStream(m_tParam, Window(0), qmapWindows, 0, pcHeader, 12,
+                                                         nullptr, qmapIds, false, m_tTLDSet, {1, 1}),
               -1);
-    EXPECT_EQ(m_pFish->FishPlayer_CreatePlayerFromFile(m_tParam, Window(0), qmapWindows, QString(), nullptr, qmapIds,
-                                                       {1, 1}),
+    EXPECT_EQ(m_pFish->FishPlayer_CreatePlayerFromFile(m_tParam, Window(0), qmapWindows, QString(), nullptr,
+                                                       qmapIds, {1, 1}),
               -1);
     EXPECT_TRUE(TestLog::Lines().empty()); // a null id pointer is refused silently
-    EXPECT_EQ(m_pFish->FishPlayer_CreatePlayerFromStream(m_tParam, nullptr, qmapWindows, 0, pcHeader, 12, &iId,
-                                                         qmapIds, false, m_tTLDSet, {1, 1}),
-              -1);
-    EXPECT_EQ(m_pFish->FishPlayer_CreatePlayerFromStream(m_tParam, Window(0), qmapWindows, 0, nullptr, 12, &iId,
-                                                         qmapIds, false, m_tTLDSet, {1, 1}),
-              -1);
-    EXPECT_EQ(m_pFish->FishPlayer_CreatePlayerFromStream(m_tParam, Window(0), qmapWindows, 0, pcHeader, 0, &iId,
-                                                         qmapIds, false, m_tTLDSet, {1, 1}),
-              -1);
-    EXPECT_EQ(m_pFish->FishPlayer_CreatePlayerFromStream(m_tParam, Window(0), qmapWindows, 0, pcHeader, -2147483647 - 1,
+    EXPECT_EQ(m_pFish->FishPlayer_CreatePlayerFromStream(m_tParam, nullptr, qmapWindows, 0, pcHeader, 12,
                                                          &iId, qmapIds, false, m_tTLDSet, {1, 1}),
               -1);
-    EXPECT_EQ(m_pFish->FishPlayer_CreatePlayerFromFile(m_tParam, nullptr, qmapWindows, QString(), &iId, qmapIds,
-                                                       {1, 1}),
+    EXPECT_EQ(m_pFish->FishPlayer_CreatePlayerFromStream(m_tParam, Window(0), qmapWindows, 0, nullptr, 12,
+                                                         &iId, qmapIds, false, m_tTLDSet, {1, 1}),
               -1);
-    EXPECT_EQ(TestLog::Lines(),
-              Lines({Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  nullptr == _pMainWindow ]"),
-                     Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  nullptr == _pcVideoHeader ]"),
-                     Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  _iHeadSize <= 0 ]"),
-                     Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  _iHeadSize <= 0 ]"),
-                     Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromFile  nullptr == _pMainWindow ]")}));
+    EXPECT_EQ(m_pFish->FishPlayer_CreatePlayerFromStream(m_tParam, Window(0), qmapWindows, 0, pcHeader, 0,
+                                                         &iId, qmapIds, false, m_tTLDSet, {1, 1}),
+              -1);
+    EXPECT_EQ(m_pFish->FishPlayer_CreatePlayerFromStream(m_tParam, Window(0), qmapWindows, 0, pcHeader,
+                                                         -2147483647 - 1, &iId, qmapIds, false, m_tTLDSet,
+                                                         {1, 1}),
+              -1);
+    EXPECT_EQ(m_pFish->FishPlayer_CreatePlayerFromFile(m_tParam, nullptr, qmapWindows, QString(), &iId,
+                                                       qmapIds, {1, 1}),
+              -1);
+    EXPECT_EQ(
+        TestLog::Lines(),
+        Lines({Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  nullptr == _pMainWindow ]"),
+               Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  nullptr == _pcVideoHeader ]"),
+               Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  _iHeadSize <= 0 ]"),
+               Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  _iHeadSize <= 0 ]"),
+               Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromFile  nullptr == _pMainWindow ]")}));
     EXPECT_EQ(iId, 5);
     EXPECT_TRUE(FakeEngine()->Journal().empty());
 }
@@ -205,14 +240,17 @@ TEST_F(FacadeTest, AFailedCreationLeavesNothingBehind) {
     QMap<int, QVector<int>> qmapIds;
     int iId = 6;
     EXPECT_EQ(m_pFish->FishPlayer_CreatePlayerFromStream(m_tParam, Window(0), EveryViewWindows(), 0,
-                                                         reinterpret_cast<unsigned char*>(&tHeader), 12, &iId, qmapIds,
-                                                         false, m_tTLDSet, {1, 1}),
+                                                         reinterpret_cast<unsigned char*>(&tHeader), 12, &iId,
+                                                         qmapIds, false, m_tTLDSet, {1, 1}),
               -1);
-    EXPECT_EQ(TestLog::Lines(),
-              Lines({"info: _ZEB_ Panoview : [  CLS_MainPlayer::CreateMainPlayer header.m_iSize != _iHeadSize ]",
-                     Warning("[  CLS_FishPlayer::CreateMainPlayer pMainPlayer->CreateMainPlayer fail iRet =  -1  ]"),
-                     Warning("[  CLS_MainPlayer::DeleteAllPlayer m_iMainPlayId < 0 ]"),
-                     Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  CreateMainPlayer fail iRet =  -1  ]")}));
+    EXPECT_EQ(
+        TestLog::Lines(),
+        Lines(
+            {"info: _ZEB_ Panoview : [  CLS_MainPlayer::CreateMainPlayer header.m_iSize != _iHeadSize ]",
+             Warning("[  CLS_FishPlayer::CreateMainPlayer pMainPlayer->CreateMainPlayer fail iRet =  -1  ]"),
+             Warning("[  CLS_MainPlayer::DeleteAllPlayer m_iMainPlayId < 0 ]"),
+             Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  CreateMainPlayer fail iRet =  -1 "
+                     " ]")}));
     // The failed player was destroyed: its algorithm handle went back to the algorithm.
     const std::vector<FakeCall> vecCreat = FakeAlgo()->Calls("ZebAlgo_FCU_Creat");
     const std::vector<FakeCall> vecRelease = FakeAlgo()->Calls("ZebAlgo_FCU_Release");
@@ -230,8 +268,9 @@ TEST_F(FacadeTest, AFailedPlayStartDeletesTheEnginePlayer) {
     const std::vector<FakeCall> vecDelete = FakeEngine()->Calls("KW_DeletePlayer");
     ASSERT_EQ(vecDelete.size(), 1u);
     EXPECT_EQ(vecDelete[0].m_vecArgs[0], 1);
-    EXPECT_EQ(TestLog::Lines().back(),
-              Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  CreateMainPlayer fail iRet =  -8  ]"));
+    EXPECT_EQ(
+        TestLog::Lines().back(),
+        Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  CreateMainPlayer fail iRet =  -8  ]"));
 }
 
 TEST_F(FacadeTest, OtherStreamTypesRegisterUnderTheClientsIdWithoutAnEnginePlayer) {
@@ -239,21 +278,22 @@ TEST_F(FacadeTest, OtherStreamTypesRegisterUnderTheClientsIdWithoutAnEnginePlaye
     QMap<int, QVector<int>> qmapIds;
     int iId = 4242;
     EXPECT_EQ(m_pFish->FishPlayer_CreatePlayerFromStream(m_tParam, Window(0), EveryViewWindows(), 1,
-                                                         reinterpret_cast<unsigned char*>(&tHeader), 12, &iId, qmapIds,
-                                                         false, m_tTLDSet, {1, 1}),
+                                                         reinterpret_cast<unsigned char*>(&tHeader), 12, &iId,
+                                                         qmapIds, false, m_tTLDSet, {1, 1}),
               -1);
     EXPECT_EQ(iId, 4242);
     EXPECT_TRUE(FakeEngine()->Calls("KW_CreatePlayerForSpecialNeeds").empty());
-    EXPECT_EQ(TestLog::Lines(),
-              Lines({Warning("[  CLS_MainPlayer::CreateSubPlayers m_iMainPlayId < 0 ]"),
-                     Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  CreateSubPlayer fail iRet =  -1  ]")}));
+    EXPECT_EQ(TestLog::Lines(), Lines({Warning("[  CLS_MainPlayer::CreateSubPlayers m_iMainPlayId < 0 ]"),
+                                       Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  "
+                                               "CreateSubPlayer fail iRet =  -1  ]")}));
     // The player stays registered under the client's value until the client deletes it.
     EXPECT_FALSE(m_pFish->GetIsInitUserData(4242));
     TestLog::Clear();
     EXPECT_EQ(m_pFish->FishPlayer_DeleteAllPlayer(4242), 0);
     EXPECT_EQ(m_pFish->FishPlayer_DeleteAllPlayer(4242), -1);
-    EXPECT_EQ(TestLog::Lines().back(), Warning("[  CLS_FishPlayer::FishPlayer_DeleteAllPlayer  "
-                                               "!m_qmapMainPlayer.contains(_iFishPlayerID) _iFishPlayerID =  4242  ]"));
+    EXPECT_EQ(TestLog::Lines().back(),
+              Warning("[  CLS_FishPlayer::FishPlayer_DeleteAllPlayer  "
+                      "!m_qmapMainPlayer.contains(_iFishPlayerID) _iFishPlayerID =  4242  ]"));
 }
 
 TEST_F(FacadeTest, TrackingIsNotProvided) {
@@ -270,9 +310,11 @@ TEST_F(FacadeTest, DeletingTwiceFailsTheSecondTime) {
     TestLog::Clear();
     EXPECT_EQ(m_pFish->FishPlayer_DeleteAllPlayer(iId), 0);
     EXPECT_EQ(m_pFish->FishPlayer_DeleteAllPlayer(iId), -1);
-    EXPECT_EQ(TestLog::Lines().back(),
-              Warning("[  CLS_FishPlayer::FishPlayer_DeleteAllPlayer  !m_qmapMainPlayer.contains(_iFishPlayerID) "
-                      "_iFishPlayerID =  " + std::to_string(iId) + "  ]"));
+    EXPECT_EQ(
+        TestLog::Lines().back(),
+        Warning("[  CLS_FishPlayer::FishPlayer_DeleteAllPlayer  !m_qmapMainPlayer.contains(_iFishPlayerID) "
+                "_iFishPlayerID =  " +
+                std::to_string(iId) + "  ]"));
     const std::vector<FakeCall> vecDelete = FakeEngine()->Calls("KW_DeletePlayer");
     ASSERT_EQ(vecDelete.size(), 1u);
     EXPECT_EQ(vecDelete[0].m_vecArgs[0], iId);
@@ -289,7 +331,8 @@ TEST_F(FacadeReplace, ASecondPlayerWithTheSameEngineIdReplacesTheEntry) {
     ASSERT_EQ(Create({{CORRECT_TYPE_360, {Window(9)}}}), 55);
     FakeEngine()->Reset();
     // The registry now reaches the second player: it has a 360 view, the first had none.
-    EXPECT_EQ(m_pFish->FishPlayer_CorrectWindowCtl(55, CORRECT_TYPE_360, {64, 0, 0}, n_CtlCmd_Move, {640, 480}), 0);
+    EXPECT_EQ(
+        m_pFish->FishPlayer_CorrectWindowCtl(55, CORRECT_TYPE_360, {64, 0, 0}, n_CtlCmd_Move, {640, 480}), 0);
     EXPECT_EQ(FakeEngine()->Calls("KW_SetFishEyeCorrectPara").size(), 1u);
     EXPECT_EQ(m_pFish->FishPlayer_DeleteAllPlayer(55), 0);
 }

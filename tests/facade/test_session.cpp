@@ -66,7 +66,8 @@ TEST_F(Session, EveryViewKindFromCreationToDeletion) {
     tArea.m_dRight = 9000;
     tArea.m_dBottom = 9500;
     std::thread engine([&] {
-        EXPECT_TRUE(FakeEngine()->DeliverUserData(0, 9, reinterpret_cast<const unsigned char*>(&tArea), sizeof(tArea)));
+        EXPECT_TRUE(FakeEngine()->DeliverUserData(0, 9, reinterpret_cast<const unsigned char*>(&tArea),
+                                                  sizeof(tArea)));
     });
     engine.join();
     EXPECT_TRUE(m_pFish->GetIsInitUserData(iId));
@@ -82,10 +83,14 @@ TEST_F(Session, EveryViewKindFromCreationToDeletion) {
     EXPECT_EQ(m_pFish->FishPlayer_PTZWindowCtl(iId, 1, {32, 24, 0}, n_CtlCmd_Move, tRect), 0);
     EXPECT_EQ(m_pFish->FishPlayer_PTZWindowCtl(iId, 2, {0, 0, 10}, n_CtlCmd_Zoom, tRect), 0);
     EXPECT_EQ(m_pFish->FishPlayer_DrawWindowCtl(iId, 2, {100, 100, 120, 110}, n_CtlCmd_Move, tRect), 0);
-    EXPECT_EQ(m_pFish->FishPlayer_CorrectWindowCtl(iId, CORRECT_TYPE_180, {64, 0, 0}, n_CtlCmd_Move, tRect), 0);
-    EXPECT_EQ(m_pFish->FishPlayer_CorrectWindowCtl(iId, CORRECT_TYPE_360, {64, 0, 0}, n_CtlCmd_Move, tRect), 0);
-    EXPECT_EQ(m_pFish->FishPlayer_CorrectWindowCtl(iId, CORRECT_TYPE_LAT, {64, 0, 0}, n_CtlCmd_Move, tRect), 0);
-    EXPECT_EQ(m_pFish->FishPlayer_CorrectWindowCtl(iId, CORRECT_TYPE_FISHEYE, {64, 0, 0}, n_CtlCmd_Move, tRect), 0);
+    EXPECT_EQ(m_pFish->FishPlayer_CorrectWindowCtl(iId, CORRECT_TYPE_180, {64, 0, 0}, n_CtlCmd_Move, tRect),
+              0);
+    EXPECT_EQ(m_pFish->FishPlayer_CorrectWindowCtl(iId, CORRECT_TYPE_360, {64, 0, 0}, n_CtlCmd_Move, tRect),
+              0);
+    EXPECT_EQ(m_pFish->FishPlayer_CorrectWindowCtl(iId, CORRECT_TYPE_LAT, {64, 0, 0}, n_CtlCmd_Move, tRect),
+              0);
+    EXPECT_EQ(
+        m_pFish->FishPlayer_CorrectWindowCtl(iId, CORRECT_TYPE_FISHEYE, {64, 0, 0}, n_CtlCmd_Move, tRect), 0);
     EXPECT_EQ(m_pFish->FishPlayer_CorrectWindowCtl(iId, 0, {64, 0, 0}, n_CtlCmd_Move, tRect), 0);
     unsigned char acPacket[6] = {0, 0, 0, 1, 0x65, 0x88};
     EXPECT_EQ(m_pFish->FishPlayer_PutStreamToPlayer(iId, 0, acPacket, 6), 0);
@@ -97,7 +102,8 @@ TEST_F(Session, EveryViewKindFromCreationToDeletion) {
     EXPECT_EQ(g_sinks[0].m_iCount, iCountAfterDelete);
     EXPECT_EQ(m_pFish->FishPlayer_PTZCtl(iId, 0, {1, 1, 1}, n_PTZCtlCmd_Up), -1);
     QMap<int, QVector<int>> qmapIdsAgain;
-    EXPECT_EQ(m_pFish->FishPlayer_CreateSubPlayer(m_tParam, iId, EveryViewWindows(), qmapIdsAgain, 0, {1, 1}), 0);
+    EXPECT_EQ(m_pFish->FishPlayer_CreateSubPlayer(m_tParam, iId, EveryViewWindows(), qmapIdsAgain, 0, {1, 1}),
+              0);
     EXPECT_EQ(qmapIdsAgain.keys(), qmapExpected.keys());
     EXPECT_EQ(qmapIdsAgain[CORRECT_TYPE_PTZ].size(), 3);
     EXPECT_TRUE(g_sinks[0].WaitFor(2));
@@ -154,8 +160,8 @@ TEST_F(Session, DrawingSwitchedOffStopsTheOverlaysUntilTheViewsAreMadeAgain) {
     EXPECT_EQ(m_pFish->FishPlayer_DeleteAllSubPlayer(iId), 0);
     QMap<int, QVector<int>> qmapIds;
     EXPECT_EQ(m_pFish->FishPlayer_CreateSubPlayer(
-                  m_tParam, iId, {{CORRECT_TYPE_PTZ, {Window(1)}}, {CORRECT_TYPE_FISHEYE, {Window(2)}}}, qmapIds, 0,
-                  {1, 1}),
+                  m_tParam, iId, {{CORRECT_TYPE_PTZ, {Window(1)}}, {CORRECT_TYPE_FISHEYE, {Window(2)}}},
+                  qmapIds, 0, {1, 1}),
               0);
     EXPECT_TRUE(g_sinks[2].WaitFor(1));
     EXPECT_EQ(m_pFish->FishPlayer_DeleteAllPlayer(iId), 0);

@@ -120,8 +120,8 @@ FAKE_EXPORT FakeAlgoControl* FakeAlgo_Control() {
 }
 
 FAKE_EXPORT void* ZebAlgo_FCU_Creat(void* _p1, void* _p2) {
-    const std::int64_t llHandle = Algo().Record({"ZebAlgo_FCU_Creat", {Addr(_p1), Addr(_p2)}, {}},
-                                                Addr(Algo().NextHandle()));
+    const std::int64_t llHandle =
+        Algo().Record({"ZebAlgo_FCU_Creat", {Addr(_p1), Addr(_p2)}, {}}, Addr(Algo().NextHandle()));
     return reinterpret_cast<void*>(static_cast<intptr_t>(llHandle));
 }
 
@@ -130,11 +130,13 @@ FAKE_EXPORT int ZebAlgo_FCU_Release(void* _pHandle) {
 }
 
 FAKE_EXPORT int ZebAlgo_FCU_Init(void* _pHandle, void* _pParam) {
-    return static_cast<int>(Algo().Record({"ZebAlgo_FCU_Init", {Addr(_pHandle), Addr(_pParam)}, {Copy(_pParam, 132)}}, 0));
+    return static_cast<int>(
+        Algo().Record({"ZebAlgo_FCU_Init", {Addr(_pHandle), Addr(_pParam)}, {Copy(_pParam, 132)}}, 0));
 }
 
 FAKE_EXPORT int ZebAlgo_FCU_Ctrl(void* _pHandle, void* _pParam) {
-    return static_cast<int>(Algo().Record({"ZebAlgo_FCU_Ctrl", {Addr(_pHandle), Addr(_pParam)}, {Copy(_pParam, 132)}}, 0));
+    return static_cast<int>(
+        Algo().Record({"ZebAlgo_FCU_Ctrl", {Addr(_pHandle), Addr(_pParam)}, {Copy(_pParam, 132)}}, 0));
 }
 
 FAKE_EXPORT int ZebAlgo_FCU_GetLibInfo(void* _pInfo) {
@@ -142,19 +144,21 @@ FAKE_EXPORT int ZebAlgo_FCU_GetLibInfo(void* _pInfo) {
 }
 
 FAKE_EXPORT int ZebAlgo_FCU_Point_Transform(void* _pHandle, void* _pRequest, void* _pOut) {
-    const int iRet = static_cast<int>(Algo().Record(
-        {"ZebAlgo_FCU_Point_Transform", {Addr(_pHandle), Addr(_pRequest), Addr(_pOut)}, {Copy(_pRequest, 92), Copy(_pOut, 8)}},
-        0));
+    const int iRet = static_cast<int>(Algo().Record({"ZebAlgo_FCU_Point_Transform",
+                                                     {Addr(_pHandle), Addr(_pRequest), Addr(_pOut)},
+                                                     {Copy(_pRequest, 92), Copy(_pOut, 8)}},
+                                                    0));
     if (iRet >= 0)
         WritePoint(_pOut, Algo().NextPoint("ZebAlgo_FCU_Point_Transform", ReadPoint(_pRequest, 12)));
     return iRet;
 }
 
 FAKE_EXPORT int ZebAlgo_FCU_CorrectPoint(void* _pHandle, void* _pRequest, void* _pIn, void* _pOut) {
-    const int iRet = static_cast<int>(Algo().Record({"ZebAlgo_FCU_CorrectPoint",
-                                                     {Addr(_pHandle), Addr(_pRequest), Addr(_pIn), Addr(_pOut)},
-                                                     {Copy(_pRequest, 112), Copy(_pIn, 8), Copy(_pOut, 8)}},
-                                                    0));
+    const int iRet =
+        static_cast<int>(Algo().Record({"ZebAlgo_FCU_CorrectPoint",
+                                        {Addr(_pHandle), Addr(_pRequest), Addr(_pIn), Addr(_pOut)},
+                                        {Copy(_pRequest, 112), Copy(_pIn, 8), Copy(_pOut, 8)}},
+                                       0));
     if (iRet >= 0)
         WritePoint(_pOut, Algo().NextPoint("ZebAlgo_FCU_CorrectPoint", ReadPoint(_pIn, 0)));
     return iRet;
@@ -164,10 +168,11 @@ FAKE_EXPORT int ZebAlgo_FCU_Process(void* _pHandle, int _iReserved, void* _pRequ
     char* pcLineBuffer = nullptr;
     if (_pResult)
         std::memcpy(&pcLineBuffer, static_cast<char*>(_pResult) + 16, sizeof(pcLineBuffer));
-    const int iRet = static_cast<int>(Algo().Record({"ZebAlgo_FCU_Process",
-                                                     {Addr(_pHandle), _iReserved, Addr(_pRequest), Addr(_pResult)},
-                                                     {Copy(_pRequest, 112), Copy(_pResult, 88), Copy(pcLineBuffer, 368)}},
-                                                    0));
+    const int iRet =
+        static_cast<int>(Algo().Record({"ZebAlgo_FCU_Process",
+                                        {Addr(_pHandle), _iReserved, Addr(_pRequest), Addr(_pResult)},
+                                        {Copy(_pRequest, 112), Copy(_pResult, 88), Copy(pcLineBuffer, 368)}},
+                                       0));
     if (iRet >= 0)
         WriteOutline(_pResult);
     return iRet;

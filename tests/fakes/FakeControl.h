@@ -50,7 +50,8 @@ public:
     virtual std::vector<unsigned char> GetPara(int _iCorrectId, int _iKind) = 0;
     // Calls the user-data callback last registered for the play index (KW_PlayerControl command 4)
     // with the given payload. False when none is registered.
-    virtual bool DeliverUserData(int _iPlayIndex, int _iDataType, const unsigned char* _pcData, int _iLength) = 0;
+    virtual bool DeliverUserData(int _iPlayIndex, int _iDataType, const unsigned char* _pcData,
+                                 int _iLength) = 0;
     // Bytes of a stream packet that KW_PutStreamToPlayer copies into the journal, at most (Reset:
     // the whole packet). A limit of 0 lets a test pass a size larger than its buffer and check that
     // the size reaches the engine unchanged without the fake reading the buffer.

@@ -20,7 +20,8 @@ public:
         auto it = m_mapPara.find({_iCorrectId, _iKind});
         return it == m_mapPara.end() ? std::vector<unsigned char>() : it->second;
     }
-    bool DeliverUserData(int _iPlayIndex, int _iDataType, const unsigned char* _pcData, int _iLength) override {
+    bool DeliverUserData(int _iPlayIndex, int _iDataType, const unsigned char* _pcData,
+                         int _iLength) override {
         std::pair<PF_UserData, void*> registration;
         {
             std::lock_guard<std::mutex> lock(m_mutex);
@@ -103,8 +104,9 @@ FAKE_EXPORT int KW_CreateSystem(int _iReserved) {
 }
 
 FAKE_EXPORT int KW_CreatePlayerForSpecialNeeds(int _iKind, void* _pParam, int _iSize, int _iReserved) {
-    return Call({"KW_CreatePlayerForSpecialNeeds", {_iKind, Addr(_pParam), _iSize, _iReserved}, {Copy(_pParam, 32)}},
-                Engine().NextPlayId());
+    return Call(
+        {"KW_CreatePlayerForSpecialNeeds", {_iKind, Addr(_pParam), _iSize, _iReserved}, {Copy(_pParam, 32)}},
+        Engine().NextPlayId());
 }
 
 FAKE_EXPORT int KW_Play(int _iPlayId) {
@@ -112,7 +114,8 @@ FAKE_EXPORT int KW_Play(int _iPlayId) {
 }
 
 FAKE_EXPORT int KW_PlayerControl(int _iPlayIndex, int _iCommand, void* _pParam, int _iSize, int _iReserved) {
-    const int iRet = Call({"KW_PlayerControl", {_iPlayIndex, _iCommand, Addr(_pParam), _iSize, _iReserved},
+    const int iRet = Call({"KW_PlayerControl",
+                           {_iPlayIndex, _iCommand, Addr(_pParam), _iSize, _iReserved},
                            {Copy(_pParam, 24)}},
                           0);
     if (iRet == 0 && _iCommand == 4 && _pParam) {
@@ -143,7 +146,8 @@ FAKE_EXPORT int KW_DeleteFishEyeCorrect(int _iPlayId, int _iCorrectId) {
     return Call({"KW_DeleteFishEyeCorrect", {_iPlayId, _iCorrectId}, {}}, 0);
 }
 
-FAKE_EXPORT int KW_SetFishEyeCorrectCallBack(int _iPlayId, int _iCorrectId, void (*_pf)(int, void*), void* _pUser) {
+FAKE_EXPORT int KW_SetFishEyeCorrectCallBack(int _iPlayId, int _iCorrectId, void (*_pf)(int, void*),
+                                             void* _pUser) {
     return Call({"KW_SetFishEyeCorrectCallBack",
                  {_iPlayId, _iCorrectId, Addr(reinterpret_cast<const void*>(_pf)), Addr(_pUser)},
                  {}},
@@ -155,8 +159,10 @@ FAKE_EXPORT int KW_SetFishEyeCorrectEnable(int _iPlayId, int _iEnable, const voi
                 _iEnable ? 7 : 0);
 }
 
-FAKE_EXPORT int KW_GetFishEyeCorrectPara(int _iPlayId, int _iCorrectId, int _iKind, void* _pBuffer, int _iSize) {
-    const int iRet = Call({"KW_GetFishEyeCorrectPara", {_iPlayId, _iCorrectId, _iKind, Addr(_pBuffer), _iSize},
+FAKE_EXPORT int KW_GetFishEyeCorrectPara(int _iPlayId, int _iCorrectId, int _iKind, void* _pBuffer,
+                                         int _iSize) {
+    const int iRet = Call({"KW_GetFishEyeCorrectPara",
+                           {_iPlayId, _iCorrectId, _iKind, Addr(_pBuffer), _iSize},
                            {Copy(_pBuffer, _iSize)}},
                           0);
     if (iRet == 0 && _pBuffer && _iSize > 0) {
@@ -167,10 +173,11 @@ FAKE_EXPORT int KW_GetFishEyeCorrectPara(int _iPlayId, int _iCorrectId, int _iKi
     return iRet;
 }
 
-FAKE_EXPORT int KW_SetFishEyeCorrectPara(int _iPlayId, int _iCorrectId, int _iKind, void* _pBuffer, int _iSize) {
+FAKE_EXPORT int KW_SetFishEyeCorrectPara(int _iPlayId, int _iCorrectId, int _iKind, void* _pBuffer,
+                                         int _iSize) {
     const Bytes bytes = Copy(_pBuffer, _iSize);
-    const int iRet = Call({"KW_SetFishEyeCorrectPara", {_iPlayId, _iCorrectId, _iKind, Addr(_pBuffer), _iSize}, {bytes}},
-                          0);
+    const int iRet = Call(
+        {"KW_SetFishEyeCorrectPara", {_iPlayId, _iCorrectId, _iKind, Addr(_pBuffer), _iSize}, {bytes}}, 0);
     if (iRet == 0)
         Engine().SetPara(_iCorrectId, _iKind, bytes);
     return iRet;
@@ -178,8 +185,10 @@ FAKE_EXPORT int KW_SetFishEyeCorrectPara(int _iPlayId, int _iCorrectId, int _iKi
 
 // Exports the library binds but never calls: they only leave a trace.
 #define FAKE_KW_CALLED(name)
-#define FAKE_KW_UNUSED(name)                                                                                   \
-    FAKE_EXPORT int name() { return Call({#name, {}, {}}, -1); }
+#define FAKE_KW_UNUSED(name)                                                                                 \
+    FAKE_EXPORT int name() {                                                                                 \
+        return Call({#name, {}, {}}, -1);                                                                    \
+    }
 #include "EngineExports.inc"
 #undef FAKE_KW_UNUSED
 #undef FAKE_KW_CALLED

@@ -70,7 +70,9 @@ public:
         const unsigned char* pc = static_cast<const unsigned char*>(_pData);
         return std::vector<unsigned char>(pc, pc + _llSize);
     }
-    static std::int64_t Address(const void* _p) { return static_cast<std::int64_t>(reinterpret_cast<intptr_t>(_p)); }
+    static std::int64_t Address(const void* _p) {
+        return static_cast<std::int64_t>(reinterpret_cast<intptr_t>(_p));
+    }
 
 protected:
     virtual void ResetOwn() = 0; // called with m_mutex held

@@ -16,16 +16,17 @@ protected:
 };
 
 TEST_F(LogLine, WarningCarriesMarkerModuleLiteralValueAndBracket) {
-    CLS_ZebLog::Warning(
-        "[  CLS_FishPlayer::FishPlayer_EnableFish !m_qmapMainPlayer.contains(_iFishPlayerID) _iFishPlayerID = ", 7,
-        " ]");
+    CLS_ZebLog::Warning("[  CLS_FishPlayer::FishPlayer_EnableFish !m_qmapMainPlayer.contains(_iFishPlayerID) "
+                        "_iFishPlayerID = ",
+                        7, " ]");
     EXPECT_EQ(TestLog::Lines(), Lines({"warning: _ZEB_ Panoview : [  CLS_FishPlayer::FishPlayer_EnableFish "
                                        "!m_qmapMainPlayer.contains(_iFishPlayerID) _iFishPlayerID =  7  ]"}));
 }
 
 TEST_F(LogLine, InfoLevelLineWithoutValues) {
     CLS_ZebLog::Info("[  CLS_MainPlayer::PutStreamToPlayer m_iMainPlayId < 0 ]");
-    EXPECT_EQ(TestLog::Lines(), Lines({"info: _ZEB_ Panoview : [  CLS_MainPlayer::PutStreamToPlayer m_iMainPlayId < 0 ]"}));
+    EXPECT_EQ(TestLog::Lines(),
+              Lines({"info: _ZEB_ Panoview : [  CLS_MainPlayer::PutStreamToPlayer m_iMainPlayId < 0 ]"}));
 }
 
 TEST_F(LogLine, LineWithoutClosingBracket) {
@@ -34,18 +35,21 @@ TEST_F(LogLine, LineWithoutClosingBracket) {
 }
 
 TEST_F(LogLine, SeveralValuesAndLiteralsInOrder) {
-    CLS_ZebLog::Warning("[  CLS_MainPlayer::GetDefultCenterPoint fail _iPtzNum = ", 0, " ,  _iPtzId = ", 8, " ]");
-    EXPECT_EQ(TestLog::Lines(),
-              Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::GetDefultCenterPoint fail _iPtzNum =  0  ,  "
-                     "_iPtzId =  8  ]"}));
+    CLS_ZebLog::Warning("[  CLS_MainPlayer::GetDefultCenterPoint fail _iPtzNum = ", 0, " ,  _iPtzId = ", 8,
+                        " ]");
+    EXPECT_EQ(
+        TestLog::Lines(),
+        Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::GetDefultCenterPoint fail _iPtzNum =  0  ,  "
+               "_iPtzId =  8  ]"}));
 }
 
 TEST_F(LogLine, StringValuesAreUnquoted) {
     CLS_ZebLog::Warning("[ CLS_ZebAlgoFcu::LoadLib ", QStringLiteral("zeb_algo_fcu.dll"), " load fail ]");
     CLS_ZebLog::Warning("[ CLS_ZebAlgoFcu::LoadLib nullptr == ", "ZebAlgo_FCU_Creat", " ]");
-    EXPECT_EQ(TestLog::Lines(),
-              Lines({"warning: _ZEB_ Panoview : [ CLS_ZebAlgoFcu::LoadLib  zeb_algo_fcu.dll  load fail ]",
-                     "warning: _ZEB_ Panoview : [ CLS_ZebAlgoFcu::LoadLib nullptr ==  ZebAlgo_FCU_Creat  ]"}));
+    EXPECT_EQ(
+        TestLog::Lines(),
+        Lines({"warning: _ZEB_ Panoview : [ CLS_ZebAlgoFcu::LoadLib  zeb_algo_fcu.dll  load fail ]",
+               "warning: _ZEB_ Panoview : [ CLS_ZebAlgoFcu::LoadLib nullptr ==  ZebAlgo_FCU_Creat  ]"}));
 }
 
 TEST_F(LogLine, NegativeAndExtremeIntegers) {

@@ -25,7 +25,6 @@
 
 namespace Reliability {
 
-
 constexpr bool SanitizedBuild() {
 #if defined(FISHPLAYER_SANITIZED_BUILD)
     return true;
@@ -78,7 +77,6 @@ inline int CountCalls(const std::vector<FakeCall>& _vecCalls, std::int64_t _llSe
             ++iCount;
     return iCount;
 }
-
 
 // An overlay callback for players whose overlays a test does not look at.
 inline OverlaySink& QuietOverlays() {

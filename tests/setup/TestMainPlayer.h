@@ -29,8 +29,9 @@ public:
         return 11;
     }
     int Move(const STRUCT_CtlPointParam& _tPoint, STRUCT_FishWindowRect _rect) override {
-        Record("MovePoint " + std::to_string(_tPoint.m_iStartX) + " " + std::to_string(_tPoint.m_iStartY) + " " +
-               std::to_string(_tPoint.m_iEndX) + " " + std::to_string(_tPoint.m_iEndY) + " " + Rect(_rect));
+        Record("MovePoint " + std::to_string(_tPoint.m_iStartX) + " " + std::to_string(_tPoint.m_iStartY) +
+               " " + std::to_string(_tPoint.m_iEndX) + " " + std::to_string(_tPoint.m_iEndY) + " " +
+               Rect(_rect));
         return 12;
     }
     int Zoom(int _iSteps) override {

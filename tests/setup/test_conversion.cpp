@@ -90,8 +90,9 @@ TEST_F(Conversion, WithoutAlgorithmHandleNothingIsConverted) {
     int aiIn[2] = {100, 200};
     int aiOut[2] = {31, 32};
     EXPECT_EQ(m_pPlayer->Coord360ToFE(aiIn, aiOut), -1);
-    EXPECT_EQ(TestLog::Lines(),
-              Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::Coord360ToFE  nullptr == m_pFcuHandle ]"}));
+    EXPECT_EQ(
+        TestLog::Lines(),
+        Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::Coord360ToFE  nullptr == m_pFcuHandle ]"}));
     EXPECT_TRUE(Transforms().empty());
     m_pPlayer->m_pFcuHandle = pHandle;
 }
@@ -102,10 +103,12 @@ TEST_F(Conversion, InvalidViewIdOrCountIsRefusedWithBothValues) {
     EXPECT_EQ(m_pPlayer->GetDefultCenterPoint(-1, 3, aiOut, 2, 0), -1);
     EXPECT_EQ(m_pPlayer->GetDefultCenterPoint(0, 0, aiOut, 1, 0), -1);
     EXPECT_EQ(aiOut[0], 7);
-    EXPECT_EQ(TestLog::Lines(),
-              Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::GetDefultCenterPoint fail _iPtzNum =  8  ,  _iPtzId =  8  ]",
-                     "warning: _ZEB_ Panoview : [  CLS_MainPlayer::GetDefultCenterPoint fail _iPtzNum =  3  ,  _iPtzId =  -1  ]",
-                     "warning: _ZEB_ Panoview : [  CLS_MainPlayer::GetDefultCenterPoint fail _iPtzNum =  0  ,  _iPtzId =  0  ]"}));
+    EXPECT_EQ(TestLog::Lines(), Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::GetDefultCenterPoint "
+                                       "fail _iPtzNum =  8  ,  _iPtzId =  8  ]",
+                                       "warning: _ZEB_ Panoview : [  CLS_MainPlayer::GetDefultCenterPoint "
+                                       "fail _iPtzNum =  3  ,  _iPtzId =  -1  ]",
+                                       "warning: _ZEB_ Panoview : [  CLS_MainPlayer::GetDefultCenterPoint "
+                                       "fail _iPtzNum =  0  ,  _iPtzId =  0  ]"}));
     EXPECT_TRUE(Transforms().empty());
 }
 
@@ -130,30 +133,70 @@ std::vector<Centre> CentresInModeOne(TestMainPlayer& _player, int _iCount) {
 
 TEST_F(Conversion, CeilingMountCentresComeFromTheLayoutTables) {
     // Every id 0 to 7 is answered, also beyond the layout's own count.
-    EXPECT_EQ(CentresInModeOne(*m_pPlayer, 1),
-              std::vector<Centre>({{5000, 4500}, {10000, 4500}, {15000, 4500}, {20000, 4500}, {25000, 4500},
-                                   {30000, 4500}, {35000, 4500}, {40000, 4500}}));
-    EXPECT_EQ(CentresInModeOne(*m_pPlayer, 2),
-              std::vector<Centre>({{3333, 4500}, {6666, 4500}, {9999, 4500}, {13332, 4500}, {16665, 4500},
-                                   {19998, 4500}, {23331, 4500}, {26664, 4500}}));
-    EXPECT_EQ(CentresInModeOne(*m_pPlayer, 3),
-              std::vector<Centre>({{5000, 4500}, {1667, 4500}, {8333, 4500}, {0, 4500}, {3750, 4500}, {5000, 4500},
-                                   {6250, 4500}, {2500, 4500}}));
-    EXPECT_EQ(CentresInModeOne(*m_pPlayer, 4),
-              std::vector<Centre>({{2500, 2500}, {7500, 2500}, {2500, 7500}, {7500, 7500}, {2500, 2500}, {2500, 5000},
-                                   {7500, 7500}, {7500, 2500}}));
-    EXPECT_EQ(CentresInModeOne(*m_pPlayer, 5),
-              std::vector<Centre>({{1666, 4500}, {3332, 4500}, {4998, 4500}, {6664, 4500}, {8330, 4500},
-                                   {9996, 4500}, {11662, 4500}, {13328, 4500}}));
-    EXPECT_EQ(CentresInModeOne(*m_pPlayer, 6),
-              std::vector<Centre>({{1428, 4500}, {2856, 4500}, {4284, 4500}, {5712, 4500}, {7140, 4500},
-                                   {8568, 4500}, {9996, 4500}, {11424, 4500}}));
-    EXPECT_EQ(CentresInModeOne(*m_pPlayer, 7),
-              std::vector<Centre>({{1250, 4500}, {2500, 4500}, {3750, 4500}, {5000, 4500}, {6250, 4500},
-                                   {7500, 4500}, {8750, 4500}, {10000, 4500}}));
-    EXPECT_EQ(CentresInModeOne(*m_pPlayer, 8),
-              std::vector<Centre>({{2500, 2500}, {5000, 2500}, {7500, 2500}, {2500, 5000}, {7500, 5000}, {2500, 7500},
-                                   {5000, 7500}, {7500, 7500}}));
+    EXPECT_EQ(CentresInModeOne(*m_pPlayer, 1), std::vector<Centre>({{5000, 4500},
+                                                                    {10000, 4500},
+                                                                    {15000, 4500},
+                                                                    {20000, 4500},
+                                                                    {25000, 4500},
+                                                                    {30000, 4500},
+                                                                    {35000, 4500},
+                                                                    {40000, 4500}}));
+    EXPECT_EQ(CentresInModeOne(*m_pPlayer, 2), std::vector<Centre>({{3333, 4500},
+                                                                    {6666, 4500},
+                                                                    {9999, 4500},
+                                                                    {13332, 4500},
+                                                                    {16665, 4500},
+                                                                    {19998, 4500},
+                                                                    {23331, 4500},
+                                                                    {26664, 4500}}));
+    EXPECT_EQ(CentresInModeOne(*m_pPlayer, 3), std::vector<Centre>({{5000, 4500},
+                                                                    {1667, 4500},
+                                                                    {8333, 4500},
+                                                                    {0, 4500},
+                                                                    {3750, 4500},
+                                                                    {5000, 4500},
+                                                                    {6250, 4500},
+                                                                    {2500, 4500}}));
+    EXPECT_EQ(CentresInModeOne(*m_pPlayer, 4), std::vector<Centre>({{2500, 2500},
+                                                                    {7500, 2500},
+                                                                    {2500, 7500},
+                                                                    {7500, 7500},
+                                                                    {2500, 2500},
+                                                                    {2500, 5000},
+                                                                    {7500, 7500},
+                                                                    {7500, 2500}}));
+    EXPECT_EQ(CentresInModeOne(*m_pPlayer, 5), std::vector<Centre>({{1666, 4500},
+                                                                    {3332, 4500},
+                                                                    {4998, 4500},
+                                                                    {6664, 4500},
+                                                                    {8330, 4500},
+                                                                    {9996, 4500},
+                                                                    {11662, 4500},
+                                                                    {13328, 4500}}));
+    EXPECT_EQ(CentresInModeOne(*m_pPlayer, 6), std::vector<Centre>({{1428, 4500},
+                                                                    {2856, 4500},
+                                                                    {4284, 4500},
+                                                                    {5712, 4500},
+                                                                    {7140, 4500},
+                                                                    {8568, 4500},
+                                                                    {9996, 4500},
+                                                                    {11424, 4500}}));
+    EXPECT_EQ(CentresInModeOne(*m_pPlayer, 7), std::vector<Centre>({{1250, 4500},
+                                                                    {2500, 4500},
+                                                                    {3750, 4500},
+                                                                    {5000, 4500},
+                                                                    {6250, 4500},
+                                                                    {7500, 4500},
+                                                                    {8750, 4500},
+                                                                    {10000, 4500}}));
+    EXPECT_EQ(CentresInModeOne(*m_pPlayer, 8), std::vector<Centre>({{2500, 2500},
+                                                                    {5000, 2500},
+                                                                    {7500, 2500},
+                                                                    {2500, 5000},
+                                                                    {7500, 5000},
+                                                                    {2500, 7500},
+                                                                    {5000, 7500},
+                                                                    {7500, 7500}}));
     EXPECT_TRUE(Transforms().empty()); // mounting mode 1 never asks the algorithm
     EXPECT_TRUE(TestLog::Lines().empty());
 }
@@ -176,7 +219,8 @@ std::vector<int> PanoramaX(TestMainPlayer& _player, int _iCount) {
 
 TEST_F(Conversion, OtherMountsSpreadTheViewsAlongThePanorama) {
     EXPECT_EQ(PanoramaX(*m_pPlayer, 1), std::vector<int>({5000, 5000, 5000, 5000, 5000, 5000, 5000, 5000}));
-    EXPECT_EQ(PanoramaX(*m_pPlayer, 2), std::vector<int>({5000, 0, 5000, 0, 5000, 0, 5000, 0})); // 10000 wraps to 0
+    EXPECT_EQ(PanoramaX(*m_pPlayer, 2),
+              std::vector<int>({5000, 0, 5000, 0, 5000, 0, 5000, 0})); // 10000 wraps to 0
     EXPECT_EQ(PanoramaX(*m_pPlayer, 3), std::vector<int>({5000, 1667, 8333, 0, 3750, 5000, 6250, 2500}));
     EXPECT_EQ(PanoramaX(*m_pPlayer, 4), std::vector<int>({5000, 7500, 0, 2500, 5000, 7500, 0, 2500}));
     EXPECT_EQ(PanoramaX(*m_pPlayer, 5), std::vector<int>({5000, 7000, 9000, 1000, 3000, 5000, 7000, 9000}));
@@ -214,8 +258,9 @@ TEST(ConversionWithoutTransform, IsRefusedBeforeTouchingThePoint) {
     int aiOut[2] = {1, 2};
     EXPECT_EQ(player.Coord360ToFE(aiIn, aiOut), -1);
     EXPECT_EQ(aiIn[0], 10000);
-    EXPECT_EQ(TestLog::Lines(), Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::Coord360ToFE  nullptr == "
-                                       "CLS_ZebAlgoFcu::ZebAlgo_FCU_Point_Transform ]"}));
+    EXPECT_EQ(TestLog::Lines(),
+              Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::Coord360ToFE  nullptr == "
+                     "CLS_ZebAlgoFcu::ZebAlgo_FCU_Point_Transform ]"}));
 }
 
 } // namespace

@@ -34,7 +34,8 @@ protected:
         m_pPlayer->m_iVideoHeight = 1080;
         m_pPlayer->m_tFishEyeParam = {2, 33, 44};
         // A registered callback keeps a running draw thread quiet.
-        m_pPlayer->RegisterDrawCallback([](int, int, QVector<QVector<QVector<STRUCT_DrawPoint>>>) { return 0; });
+        m_pPlayer->RegisterDrawCallback(
+            [](int, int, QVector<QVector<QVector<STRUCT_DrawPoint>>>) { return 0; });
         FakeEngine()->Reset();
         FakeAlgo()->Reset();
         TestLog::Clear();
@@ -43,8 +44,10 @@ protected:
         m_pPlayer->EnableDraw(false);
         m_pPlayer.reset();
     }
-    int Create(const QMap<int, QVector<void*>>& _qmapWindows, int _iDrawEnable = 1, int _iDrawType = n_DrawType_Rect) {
-        return m_pPlayer->CreateSubPlayers({2, 33, 44}, 1, _qmapWindows, m_qmapIds, {_iDrawEnable, _iDrawType}, 55);
+    int Create(const QMap<int, QVector<void*>>& _qmapWindows, int _iDrawEnable = 1,
+               int _iDrawType = n_DrawType_Rect) {
+        return m_pPlayer->CreateSubPlayers({2, 33, 44}, 1, _qmapWindows, m_qmapIds,
+                                           {_iDrawEnable, _iDrawType}, 55);
     }
     std::unique_ptr<TestMainPlayer> m_pPlayer;
     QMap<int, QVector<int>> m_qmapIds;
@@ -110,9 +113,10 @@ TEST_F(CreateViews, EveryKeyInAscendingOrderWithItsRecord) {
     std::vector<std::string> vecNames;
     for (const FakeCall& call : FakeEngine()->Journal())
         vecNames.push_back(call.m_strName);
-    EXPECT_EQ(vecNames, Lines({"KW_SetFishEyeCorrectEnable", "KW_SetFishEyeCorrectEnable", "KW_CreateFishEyeCorrect",
-                               "KW_CreateFishEyeCorrect", "KW_CreateFishEyeCorrect", "KW_CreateFishEyeCorrect",
-                               "KW_CreateFishEyeCorrect"}));
+    EXPECT_EQ(vecNames,
+              Lines({"KW_SetFishEyeCorrectEnable", "KW_SetFishEyeCorrectEnable", "KW_CreateFishEyeCorrect",
+                     "KW_CreateFishEyeCorrect", "KW_CreateFishEyeCorrect", "KW_CreateFishEyeCorrect",
+                     "KW_CreateFishEyeCorrect"}));
     const std::vector<FakeCall> vecCreate = FakeEngine()->Calls("KW_CreateFishEyeCorrect");
     ASSERT_EQ(vecCreate.size(), 5u);
     EXPECT_EQ(vecCreate[0].m_vecRecords[0], PTZRecord(0, 2500, 5000, Window(2)));
@@ -124,8 +128,10 @@ TEST_F(CreateViews, EveryKeyInAscendingOrderWithItsRecord) {
         EXPECT_EQ(call.m_vecArgs[0], 1);  // the main player's engine id
         EXPECT_EQ(call.m_vecArgs[2], 88); // the record's size
     }
-    EXPECT_EQ(TestLog::Lines(),
-              Lines({Warning("[  CLS_MainPlayer::CreateSubPlayers iSubPlayerType =  2048  qvecSubWindows.isEmpty() ]")}));
+    EXPECT_EQ(
+        TestLog::Lines(),
+        Lines({Warning(
+            "[  CLS_MainPlayer::CreateSubPlayers iSubPlayerType =  2048  qvecSubWindows.isEmpty() ]")}));
     EXPECT_NE(m_pPlayer->m_pDrawThread, nullptr);
     EXPECT_TRUE(m_pPlayer->m_blDrawEnabled);
 }
@@ -143,9 +149,10 @@ TEST_F(CreateViews, PTZOutlineIsSetUpWithTheAlgorithmTypeThenTheViewOpensAsPTZ) 
 }
 
 TEST_F(CreateViews, ThreePTZViewsOnACeilingMountThenA360View) {
-    EXPECT_EQ(m_pPlayer->CreateSubPlayers({1, 0, 0}, 1, {{CORRECT_TYPE_PTZ, {Window(1), Window(2), Window(3)}},
-                                                         {CORRECT_TYPE_360, {Window(4)}}},
-                                          m_qmapIds, {1, 1}, 0),
+    EXPECT_EQ(m_pPlayer->CreateSubPlayers(
+                  {1, 0, 0}, 1,
+                  {{CORRECT_TYPE_PTZ, {Window(1), Window(2), Window(3)}}, {CORRECT_TYPE_360, {Window(4)}}},
+                  m_qmapIds, {1, 1}, 0),
               0);
     const std::vector<FakeCall> vecCreate = FakeEngine()->Calls("KW_CreateFishEyeCorrect");
     ASSERT_EQ(vecCreate.size(), 4u);
@@ -165,13 +172,15 @@ TEST_F(CreateViews, ThreePTZViewsOnACeilingMountThenA360View) {
 TEST_F(CreateViews, AFailedViewSkipsTheRestOfItsTypeAndKeepsTheOthers) {
     FakeEngine()->PushResult("KW_CreateFishEyeCorrect", 100);
     FakeEngine()->PushResult("KW_CreateFishEyeCorrect", -7);
-    EXPECT_EQ(Create({{CORRECT_TYPE_PTZ, {Window(1), Window(2), Window(3)}}, {CORRECT_TYPE_360, {Window(4)}}}), 0);
+    EXPECT_EQ(
+        Create({{CORRECT_TYPE_PTZ, {Window(1), Window(2), Window(3)}}, {CORRECT_TYPE_360, {Window(4)}}}), 0);
     EXPECT_EQ(m_qmapIds[CORRECT_TYPE_PTZ], QVector<int>({100}));
     EXPECT_EQ(m_qmapIds[CORRECT_TYPE_360], QVector<int>({102}));
     EXPECT_EQ(m_pPlayer->m_qmapSubPlayers[CORRECT_TYPE_PTZ].size(), 1);
     EXPECT_EQ(FakeEngine()->Calls("KW_CreateFishEyeCorrect").size(), 3u); // the third PTZ window is not tried
     EXPECT_THAT(TestLog::Lines(),
-                Contains(Warning("[  CLS_MainPlayer::CreateSubPlayers  pSubPlayer->CreatePlayer fail iRet =  -7  ]")));
+                Contains(Warning(
+                    "[  CLS_MainPlayer::CreateSubPlayers  pSubPlayer->CreatePlayer fail iRet =  -7  ]")));
     // The failed view was deleted: being never created, it had nothing to close.
     EXPECT_THAT(TestLog::Lines(), Contains(Warning("[  CLS_SubPlayer::DeletePlayer m_iMainPlayId < 0 ]")));
 }
@@ -184,8 +193,9 @@ TEST_F(CreateViews, PreconditionsRefuseTheWholeSetUp) {
     m_pPlayer->m_pFcuHandle = nullptr;
     EXPECT_EQ(Create({{CORRECT_TYPE_360, {Window(4)}}}), -1);
     m_pPlayer->m_pFcuHandle = pHandle;
-    EXPECT_EQ(TestLog::Lines(), Lines({Warning("[  CLS_MainPlayer::CreateSubPlayers m_iMainPlayId < 0 ]"),
-                                       Warning("[  CLS_MainPlayer::CreateSubPlayers nullptr == m_pFcuHandle ]")}));
+    EXPECT_EQ(TestLog::Lines(),
+              Lines({Warning("[  CLS_MainPlayer::CreateSubPlayers m_iMainPlayId < 0 ]"),
+                     Warning("[  CLS_MainPlayer::CreateSubPlayers nullptr == m_pFcuHandle ]")}));
     EXPECT_TRUE(FakeEngine()->Journal().empty());
     EXPECT_TRUE(m_qmapIds.isEmpty());
 }
@@ -214,7 +224,8 @@ TEST(CreateViewsWithoutCorrectionCallBack, IsRefused) {
     player.m_iMainPlayId = 1;
     TestLog::Clear();
     QMap<int, QVector<int>> qmapIds;
-    EXPECT_EQ(player.CreateSubPlayers({2, 0, 0}, 1, {{CORRECT_TYPE_360, {Window(4)}}}, qmapIds, {1, 1}, 0), -1);
+    EXPECT_EQ(player.CreateSubPlayers({2, 0, 0}, 1, {{CORRECT_TYPE_360, {Window(4)}}}, qmapIds, {1, 1}, 0),
+              -1);
     EXPECT_EQ(TestLog::Lines(), Lines({Warning("[  CLS_MainPlayer::CreateSubPlayers nullptr == "
                                                "CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectCallBack ]")}));
     EXPECT_TRUE(FakeEngine()->Journal().empty());

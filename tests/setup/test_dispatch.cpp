@@ -48,13 +48,15 @@ TEST_F(Dispatch, CorrectWindowMoveGoesToTheFirstViewOfTheType) {
 TEST_F(Dispatch, CorrectWindowZoomAndUnknownCommandsFailSilently) {
     AddView(CORRECT_TYPE_PTZ, "ptz0"); // Zoom exists on the view, but this control does not zoom
     EXPECT_EQ(m_pPlayer->CorrectWindowCtl(CORRECT_TYPE_PTZ, {1, 2, 3}, n_CtlCmd_Zoom, g_tRect), -1);
-    EXPECT_EQ(m_pPlayer->CorrectWindowCtl(CORRECT_TYPE_PTZ, {1, 2, 3}, static_cast<n_CtlCmd>(7), g_tRect), -1);
+    EXPECT_EQ(m_pPlayer->CorrectWindowCtl(CORRECT_TYPE_PTZ, {1, 2, 3}, static_cast<n_CtlCmd>(7), g_tRect),
+              -1);
     EXPECT_TRUE(m_vecCalls.empty());
     EXPECT_TRUE(TestLog::Lines().empty());
 }
 
 TEST_F(Dispatch, CorrectWindowForAMissingTypeLogsAtInfoLevel) {
-    EXPECT_EQ(m_pPlayer->CorrectWindowCtl(CORRECT_TYPE_180, {1, 2, 3}, static_cast<n_CtlCmd>(7), g_tRect), -1);
+    EXPECT_EQ(m_pPlayer->CorrectWindowCtl(CORRECT_TYPE_180, {1, 2, 3}, static_cast<n_CtlCmd>(7), g_tRect),
+              -1);
     EXPECT_EQ(TestLog::Lines(), Lines({"info: _ZEB_ Panoview : [  CLS_MainPlayer::CorrectWindowCtl "
                                        "!m_qmapSubPlayers.contains(_iCorrectType) _iCorrectType =  512  ]"}));
     EXPECT_FALSE(m_pPlayer->m_qmapSubPlayers.contains(CORRECT_TYPE_180)); // the lookup adds no entry
@@ -71,8 +73,8 @@ TEST_F(Dispatch, CorrectWindowForANullFirstViewWarns) {
     m_pPlayer->m_qmapSubPlayers[CORRECT_TYPE_180].append(nullptr);
     AddView(CORRECT_TYPE_180, "second");
     EXPECT_EQ(m_pPlayer->CorrectWindowCtl(CORRECT_TYPE_180, {1, 2, 3}, n_CtlCmd_Move, g_tRect), -1);
-    EXPECT_EQ(TestLog::Lines(),
-              Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::CorrectWindowCtl nullptr == qvecPlayers.at(0) ]"}));
+    EXPECT_EQ(TestLog::Lines(), Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::CorrectWindowCtl "
+                                       "nullptr == qvecPlayers.at(0) ]"}));
     EXPECT_TRUE(m_vecCalls.empty());
 }
 
@@ -110,9 +112,11 @@ TEST_F(Dispatch, PTZCommandWithAnIndexOutOfRange) {
     AddPTZViews(2);
     EXPECT_EQ(m_pPlayer->PTZCtl(-1, {5, 6, 7}, n_PTZCtlCmd_Up), -1);
     EXPECT_EQ(m_pPlayer->PTZCtl(2, {5, 6, 7}, n_PTZCtlCmd_Up), -1);
-    EXPECT_EQ(TestLog::Lines(),
-              Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::PTZCtl _iPtzIndex is invalid iPtzIndex =  -1  ]",
-                     "warning: _ZEB_ Panoview : [  CLS_MainPlayer::PTZCtl _iPtzIndex is invalid iPtzIndex =  2  ]"}));
+    EXPECT_EQ(
+        TestLog::Lines(),
+        Lines(
+            {"warning: _ZEB_ Panoview : [  CLS_MainPlayer::PTZCtl _iPtzIndex is invalid iPtzIndex =  -1  ]",
+             "warning: _ZEB_ Panoview : [  CLS_MainPlayer::PTZCtl _iPtzIndex is invalid iPtzIndex =  2  ]"}));
     EXPECT_TRUE(m_vecCalls.empty());
 }
 
@@ -124,12 +128,16 @@ TEST_F(Dispatch, EveryPTZControlNamesItselfForMissingViewsAndBadIndexes) {
     m_pPlayer->m_qmapSubPlayers[CORRECT_TYPE_PTZ];
     EXPECT_EQ(m_pPlayer->DrawWindowCtl(0, tPoint, n_CtlCmd_Move, g_tRect), -1);
     EXPECT_EQ(m_pPlayer->PTZWindowCtl(-7, {1, 2, 3}, n_CtlCmd_Move, g_tRect), -1);
-    EXPECT_EQ(TestLog::Lines(),
-              Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::DrawWindowCtl !m_qmapSubPlayers.contains(CORRECT_TYPE_PTZ) ]",
-                     "warning: _ZEB_ Panoview : [  CLS_MainPlayer::PTZWindowCtl !m_qmapSubPlayers.contains(CORRECT_TYPE_PTZ) ]",
-                     "warning: _ZEB_ Panoview : [  CLS_MainPlayer::PTZCtl !m_qmapSubPlayers.contains(CORRECT_TYPE_PTZ) ]",
-                     "warning: _ZEB_ Panoview : [  CLS_MainPlayer::DrawWindowCtl _iPtzIndex is invalid iPtzIndex =  0  ]",
-                     "warning: _ZEB_ Panoview : [  CLS_MainPlayer::PTZWindowCtl _iPtzIndex is invalid iPtzIndex =  -7  ]"}));
+    EXPECT_EQ(TestLog::Lines(), Lines({"warning: _ZEB_ Panoview : [  CLS_MainPlayer::DrawWindowCtl "
+                                       "!m_qmapSubPlayers.contains(CORRECT_TYPE_PTZ) ]",
+                                       "warning: _ZEB_ Panoview : [  CLS_MainPlayer::PTZWindowCtl "
+                                       "!m_qmapSubPlayers.contains(CORRECT_TYPE_PTZ) ]",
+                                       "warning: _ZEB_ Panoview : [  CLS_MainPlayer::PTZCtl "
+                                       "!m_qmapSubPlayers.contains(CORRECT_TYPE_PTZ) ]",
+                                       "warning: _ZEB_ Panoview : [  CLS_MainPlayer::DrawWindowCtl "
+                                       "_iPtzIndex is invalid iPtzIndex =  0  ]",
+                                       "warning: _ZEB_ Panoview : [  CLS_MainPlayer::PTZWindowCtl _iPtzIndex "
+                                       "is invalid iPtzIndex =  -7  ]"}));
 }
 
 TEST_F(Dispatch, ANullPTZViewIsReportedWithTheSharedText) {
@@ -137,7 +145,8 @@ TEST_F(Dispatch, ANullPTZViewIsReportedWithTheSharedText) {
     EXPECT_EQ(m_pPlayer->DrawWindowCtl(0, {1, 2, 3, 4}, n_CtlCmd_Move, g_tRect), -1);
     EXPECT_EQ(m_pPlayer->PTZWindowCtl(0, {1, 2, 3}, static_cast<n_CtlCmd>(9), g_tRect), -1);
     EXPECT_EQ(m_pPlayer->PTZCtl(0, {1, 2, 3}, n_PTZCtlCmd_Up), -1);
-    const std::string strLine = "warning: _ZEB_ Panoview : [  CLS_MainPlayer::DrawWindowCtl nullptr == pPlayer ]";
+    const std::string strLine =
+        "warning: _ZEB_ Panoview : [  CLS_MainPlayer::DrawWindowCtl nullptr == pPlayer ]";
     EXPECT_EQ(TestLog::Lines(), Lines({strLine, strLine, strLine}));
 }
 

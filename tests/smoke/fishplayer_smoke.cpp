@@ -20,7 +20,8 @@ int main() {
     if (CLS_ZebPlayer_SDK::KW_CreateSystem)
         std::printf("KW_CreateSystem(0) = %d\n", CLS_ZebPlayer_SDK::KW_CreateSystem(0));
     const int iAlgo = CLS_ZebAlgoFcu::LoadLib();
-    std::printf("correction algorithm zeb_algo_fcu.dll: %s\n", iAlgo == 0 ? "all 8 exports bound" : "not usable");
+    std::printf("correction algorithm zeb_algo_fcu.dll: %s\n",
+                iAlgo == 0 ? "all 8 exports bound" : "not usable");
     if (iAlgo == 0) {
         void* pHandle = CLS_ZebAlgoFcu::ZebAlgo_FCU_Creat(nullptr, nullptr);
         std::printf("algorithm handle %s\n", pHandle ? "created" : "not created");
