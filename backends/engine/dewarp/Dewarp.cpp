@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <system_error>
 #include <thread>
 
 namespace fisheye {
@@ -10,21 +11,25 @@ namespace fisheye {
 namespace {
 
 // Runs _fn(first, last) over [0, _iRows) split into contiguous bands, one per thread; the calling
-// thread takes the first band. Bands of whole rows keep each thread's writes apart.
+// thread takes the first band. Bands of whole rows keep each thread's writes apart. A thread that
+// cannot be started (the system is out of threads) has its band run on the calling thread.
 template <typename Fn> void ForRowBands(int _iRows, int _iThreads, Fn _fn) {
     const int iThreads = std::clamp(_iThreads > 0 ? _iThreads : DefaultThreadCount(), 1, std::max(_iRows, 1));
-    if (iThreads <= 1) {
-        _fn(0, _iRows);
-        return;
-    }
+    auto bandStart = [&](int _iBand) {
+        return static_cast<int>(static_cast<long long>(_iRows) * _iBand / iThreads);
+    };
     std::vector<std::thread> vecThreads;
     vecThreads.reserve(static_cast<std::size_t>(iThreads - 1));
     for (int i = 1; i < iThreads; ++i) {
-        const int iFirst = static_cast<int>(static_cast<long long>(_iRows) * i / iThreads);
-        const int iLast = static_cast<int>(static_cast<long long>(_iRows) * (i + 1) / iThreads);
-        vecThreads.emplace_back([&_fn, iFirst, iLast] { _fn(iFirst, iLast); });
+        const int iFirst = bandStart(i);
+        const int iLast = bandStart(i + 1);
+        try {
+            vecThreads.emplace_back([&_fn, iFirst, iLast] { _fn(iFirst, iLast); });
+        } catch (const std::system_error&) {
+            _fn(iFirst, iLast);
+        }
     }
-    _fn(0, static_cast<int>(static_cast<long long>(_iRows) / iThreads));
+    _fn(0, bandStart(1));
     for (std::thread& thread : vecThreads)
         thread.join();
 }
@@ -163,7 +168,8 @@ void CLS_RemapTable::BuildRows(const CLS_FisheyeGeometry& _geometry, const STRUC
         for (int x = 0; x < m_tParams.m_iWidth; ++x, ++pEntry) {
             *pEntry = {};
             STRUCT_PlanePoint tSource{};
-            if (!SourcePosition(_geometry, m_tParams, _tPtzView, x + 0.5, y + 0.5, &tSource))
+            if (!SourcePosition(_geometry, m_tParams, _tPtzView, x + 0.5, y + 0.5, &tSource) ||
+                !std::isfinite(tSource.m_dX) || !std::isfinite(tSource.m_dY))
                 continue;
             bool blStepX = false;
             bool blStepY = false;

@@ -73,13 +73,16 @@ struct STRUCT_RemapEntry {
     std::uint8_t m_uReserved;
 };
 
+// Threads: Apply only reads the table, so any number of threads may apply one table at once;
+// Update must not run while another thread uses the table (the engine keeps one table per view and
+// updates it on the thread that renders that view).
 class CLS_RemapTable {
 public:
     static constexpr std::uint8_t INSIDE = 1;
     static constexpr std::uint8_t STEP_X = 2;
     static constexpr std::uint8_t STEP_Y = 4;
     static constexpr int MAX_SOURCE_SIZE = 65535;
-    static constexpr int MAX_OUTPUT_PIXELS = 8192 * 8192;
+    static constexpr int MAX_OUTPUT_PIXELS = 8192 * 4320; // 8K; the table takes 8 bytes a pixel
 
     // Makes the table fit the view and the source size; rebuilds it only when one of them changed.
     // True when the table is usable; false (and an empty table) for sizes out of range (a side of
@@ -96,9 +99,9 @@ public:
         return m_vecEntries[static_cast<std::size_t>(_iY) * m_tParams.m_iWidth + _iX];
     }
 
-    // Remaps _src into _dst. Both must have the same channel count, _src the size the table was
-    // built for and _dst the view's output size; false (nothing written) otherwise. _iThreads: how
-    // many threads share the rows, 0 for one per core. The result does not depend on it.
+    // Remaps _src into _dst (which must not overlap). Both must have the same channel count, _src the size
+    // the table was built for and _dst the view's output size; false (nothing written) otherwise. _iThreads:
+    // how many threads share the rows, 0 for one per core. The result does not depend on it.
     bool Apply(const STRUCT_Image& _src, const STRUCT_Image& _dst, int _iThreads = 0) const;
 
     // Where the output pixel centre (_dX, _dY), in output pixels, looks in the source picture, as

@@ -4,6 +4,7 @@
 
 #include "Dewarp.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <vector>
