@@ -1,0 +1,73 @@
+// Pictures for the dewarping tests: owned 8-bit buffers, dots at known places and their centroids.
+#ifndef DEWARP_TEST_SUPPORT_H
+#define DEWARP_TEST_SUPPORT_H
+
+#include "Dewarp.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+namespace dewarptest {
+
+struct STRUCT_Picture {
+    STRUCT_Picture(int _iWidth, int _iHeight, int _iChannels = 3, std::uint8_t _uFill = 0)
+        : m_iWidth(_iWidth), m_iHeight(_iHeight), m_iChannels(_iChannels),
+          m_vecData(static_cast<std::size_t>(_iWidth) * _iHeight * _iChannels, _uFill) {}
+
+    fisheye::STRUCT_Image Image() {
+        return {m_vecData.data(), m_iWidth, m_iHeight, m_iChannels, m_iWidth * m_iChannels};
+    }
+    std::uint8_t* Pixel(int _iX, int _iY) {
+        return m_vecData.data() + (static_cast<std::size_t>(_iY) * m_iWidth + _iX) * m_iChannels;
+    }
+
+    int m_iWidth;
+    int m_iHeight;
+    int m_iChannels;
+    std::vector<std::uint8_t> m_vecData;
+};
+
+// A white Gaussian dot (all channels) centred at (_dX, _dY) in pixels (pixel centres at n + 0.5).
+inline void DrawDot(STRUCT_Picture& _picture, double _dX, double _dY, double _dSigma = 2.0) {
+    const int iReach = static_cast<int>(std::ceil(4.0 * _dSigma));
+    for (int y = static_cast<int>(_dY) - iReach; y <= static_cast<int>(_dY) + iReach; ++y) {
+        for (int x = static_cast<int>(_dX) - iReach; x <= static_cast<int>(_dX) + iReach; ++x) {
+            if (x < 0 || y < 0 || x >= _picture.m_iWidth || y >= _picture.m_iHeight)
+                continue;
+            const double dDx = x + 0.5 - _dX;
+            const double dDy = y + 0.5 - _dY;
+            const double dValue = 255.0 * std::exp(-(dDx * dDx + dDy * dDy) / (2.0 * _dSigma * _dSigma));
+            std::uint8_t* pPixel = _picture.Pixel(x, y);
+            for (int c = 0; c < _picture.m_iChannels; ++c)
+                pPixel[c] = static_cast<std::uint8_t>(std::max<double>(pPixel[c], std::lround(dValue)));
+        }
+    }
+}
+
+// The brightness-weighted centroid of the first channel, in pixels; false for a black picture.
+inline bool Centroid(const STRUCT_Picture& _picture, double* _pdX, double* _pdY) {
+    double dSum = 0.0;
+    double dX = 0.0;
+    double dY = 0.0;
+    for (int y = 0; y < _picture.m_iHeight; ++y) {
+        for (int x = 0; x < _picture.m_iWidth; ++x) {
+            const double dValue =
+                _picture
+                    .m_vecData[(static_cast<std::size_t>(y) * _picture.m_iWidth + x) * _picture.m_iChannels];
+            dSum += dValue;
+            dX += dValue * (x + 0.5);
+            dY += dValue * (y + 0.5);
+        }
+    }
+    if (dSum <= 0.0)
+        return false;
+    *_pdX = dX / dSum;
+    *_pdY = dY / dSum;
+    return true;
+}
+
+} // namespace dewarptest
+
+#endif // DEWARP_TEST_SUPPORT_H
