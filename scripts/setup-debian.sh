@@ -9,5 +9,6 @@ apt-get update -qq
 apt-get install -y -qq --no-install-recommends \
     ca-certificates cmake ninja-build g++ make pkg-config \
     qtbase5-dev libgtest-dev libgmock-dev googletest \
-    clang-14 libclang-rt-14-dev libfuzzer-14-dev >/dev/null
+    clang-14 libclang-rt-14-dev libfuzzer-14-dev \
+    libavcodec-dev libavutil-dev libswscale-dev >/dev/null
 echo "setup: build and test tools installed"

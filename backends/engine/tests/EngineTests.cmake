@@ -1,0 +1,16 @@
+# Tests of the open player engine: its exports and players (label unit), and the fishplayer
+# library driving it with the open correction algorithm (label e2e). Uses the helpers that
+# tests/ defines (the top-level project adds tests/ first).
+find_package(GTest REQUIRED)
+set(FISHPLAYER_ENGINE_TESTS_DIR ${CMAKE_CURRENT_LIST_DIR})
+
+add_library(korvane_test_streams STATIC ${FISHPLAYER_ENGINE_TESTS_DIR}/StreamMaker.cpp)
+target_include_directories(korvane_test_streams PUBLIC ${FISHPLAYER_ENGINE_TESTS_DIR})
+target_link_libraries(korvane_test_streams PUBLIC PkgConfig::KORVANE_FFMPEG)
+
+add_executable(test_engine ${FISHPLAYER_ENGINE_TESTS_DIR}/test_exports.cpp ${FISHPLAYER_ENGINE_TESTS_DIR}/test_playback.cpp)
+target_link_libraries(test_engine PRIVATE korvane korvane_core korvane_test_streams GTest::gtest GTest::gtest_main
+    ${CMAKE_DL_LIBS})
+add_test(NAME engine.unit COMMAND test_engine)
+set_tests_properties(engine.unit PROPERTIES LABELS "unit" WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
+fishplayer_sanitizer_environment(engine.unit)
