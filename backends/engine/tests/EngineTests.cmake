@@ -14,3 +14,13 @@ target_link_libraries(test_engine PRIVATE korvane korvane_core korvane_test_stre
 add_test(NAME engine.unit COMMAND test_engine)
 set_tests_properties(engine.unit PROPERTIES LABELS "unit" WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR})
 fishplayer_sanitizer_environment(engine.unit)
+
+fishplayer_client_test(test_engine_e2e ${FISHPLAYER_ENGINE_TESTS_DIR}/test_engine_e2e.cpp)
+target_include_directories(test_engine_e2e PRIVATE ${PROJECT_SOURCE_DIR}/tests/facade)
+target_link_libraries(test_engine_e2e PRIVATE korvane_test_streams)
+add_dependencies(test_engine_e2e korvane zeb_algo_fcu)
+add_test(NAME engine.e2e COMMAND test_engine_e2e)
+set_tests_properties(engine.e2e PROPERTIES
+    ENVIRONMENT "LD_LIBRARY_PATH=${FISHPLAYER_ENGINE_DIR}:${FISHPLAYER_ALGO_DIR}"
+    LABELS "e2e")
+fishplayer_sanitizer_environment(engine.e2e)

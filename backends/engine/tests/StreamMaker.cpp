@@ -2,6 +2,7 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
+#include <libavutil/log.h>
 #include <libavutil/opt.h>
 }
 
@@ -19,6 +20,8 @@ void Collect(AVCodecContext* _pContext, AVPacket* _pPacket, std::vector<std::uin
 std::vector<std::uint8_t> MakeStream(const std::string& _strEncoder, int _iWidth, int _iHeight, int _iFrames,
                                      Disc _tDisc) {
     std::vector<std::uint8_t> vecOut;
+    if (av_log_get_level() > AV_LOG_ERROR)
+        av_log_set_level(AV_LOG_ERROR); // the encoders' statistics are noise here
     const AVCodec* pCodec = avcodec_find_encoder_by_name(_strEncoder.c_str());
     if (!pCodec)
         return vecOut;
