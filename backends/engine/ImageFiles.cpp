@@ -27,7 +27,9 @@ int WriteAll(const std::string& _strPath, const std::vector<std::uint8_t>& _vecH
     std::FILE* pFile = std::fopen(_strPath.c_str(), "wb");
     if (!pFile)
         return KW_ERR_IO;
-    bool blOk = std::fwrite(_vecHead.data(), 1, _vecHead.size(), pFile) == _vecHead.size();
+    // An empty head has no data pointer, which fwrite must not be given.
+    bool blOk =
+        _vecHead.empty() || std::fwrite(_vecHead.data(), 1, _vecHead.size(), pFile) == _vecHead.size();
     if (blOk && _uBody > 0)
         blOk = std::fwrite(_pcBody, 1, _uBody, pFile) == _uBody;
     blOk = (std::fclose(pFile) == 0) && blOk;

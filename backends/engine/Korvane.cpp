@@ -289,7 +289,7 @@ bool OnPicture(Player& _tPlayer, const Frame& _tFrame) {
         std::lock_guard<std::mutex> lock(_tPlayer.m_mutex);
         _tPlayer.m_tPicture = _tFrame;
         _tPlayer.m_iCodec = _tPlayer.m_decoder.Codec();
-        llFrame = _tPlayer.m_llFrames++;
+        llFrame = _tPlayer.m_llFrames;
         blLookForArea = llFrame < AREA_FIRST_FRAMES || llFrame % AREA_PERIOD == 0;
     }
     if (blLookForArea) {
@@ -329,6 +329,11 @@ bool OnPicture(Player& _tPlayer, const Frame& _tFrame) {
     }
     for (const auto& tEntry : vecDone)
         tEntry.second.m_pf(tEntry.first, tEntry.second.m_pUser);
+    // Counted once everything it leads to is done, so that a count seen means pictures shown.
+    {
+        std::lock_guard<std::mutex> lock(_tPlayer.m_mutex);
+        ++_tPlayer.m_llFrames;
+    }
     return !_tPlayer.m_blStopping.load();
 }
 

@@ -87,9 +87,9 @@ bool CLS_StreamDecoder::Open(int _iCodec) {
     m_pFrame = av_frame_alloc();
     if (!m_pParser || !m_pContext || !m_pPacket || !m_pFrame)
         return false;
-    // A live player: every picture as soon as it is complete, decoded on the player's thread.
+    // Decoded on the player's own thread only. Pictures come out in display order, as soon as
+    // the stream's reordering allows.
     m_pContext->thread_count = 1;
-    m_pContext->flags |= AV_CODEC_FLAG_LOW_DELAY;
     return avcodec_open2(m_pContext, pCodec, nullptr) == 0;
 }
 
@@ -126,16 +126,20 @@ void CLS_StreamDecoder::Feed(const std::uint8_t* _pcData, size_t _uSize, const P
     Parse(vecStart.data(), vecStart.size(), _pfOnFrame);
 }
 
-bool CLS_StreamDecoder::Parse(const std::uint8_t* _pcData, size_t _uSize, const PF_OnFrame& _pfOnFrame) {
+bool CLS_StreamDecoder::Parse(const std::uint8_t* _pcInput, size_t _uSize, const PF_OnFrame& _pfOnFrame) {
+    // The parser reads a little past its input: it gets a copy with zeroed padding.
+    m_vecPadded.assign(_pcInput, _pcInput + _uSize);
+    m_vecPadded.resize(_uSize + AV_INPUT_BUFFER_PADDING_SIZE, 0);
+    const std::uint8_t* pcData = m_vecPadded.data();
     while (_uSize > 0) {
         std::uint8_t* pcOut = nullptr;
         int iOutSize = 0;
         const int iChunk = static_cast<int>(std::min<size_t>(_uSize, 1 << 20));
-        const int iUsed = av_parser_parse2(m_pParser, m_pContext, &pcOut, &iOutSize, _pcData, iChunk,
+        const int iUsed = av_parser_parse2(m_pParser, m_pContext, &pcOut, &iOutSize, pcData, iChunk,
                                            AV_NOPTS_VALUE, AV_NOPTS_VALUE, 0);
-        if (iUsed < 0)
+        if (iUsed < 0 || (iUsed == 0 && iOutSize == 0))
             return true; // the parser gave up on these bytes: drop them
-        _pcData += iUsed;
+        pcData += iUsed;
         _uSize -= static_cast<size_t>(iUsed);
         if (iOutSize > 0 && !Decode(pcOut, iOutSize, _pfOnFrame))
             return false;

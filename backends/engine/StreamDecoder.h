@@ -38,13 +38,14 @@ public:
 
 private:
     bool Open(int _iCodec);
-    bool Parse(const std::uint8_t* _pcData, size_t _uSize, const PF_OnFrame& _pfOnFrame);
+    bool Parse(const std::uint8_t* _pcInput, size_t _uSize, const PF_OnFrame& _pfOnFrame);
     bool Decode(const std::uint8_t* _pcData, int _iSize, const PF_OnFrame& _pfOnFrame);
     bool Drain(const PF_OnFrame& _pfOnFrame);
 
     int m_iCodec = 0;
     bool m_blFailed = false;                // the decoder could not be opened: everything is dropped
     std::vector<std::uint8_t> m_vecPending; // bytes seen before the codec was known
+    std::vector<std::uint8_t> m_vecPadded;  // the bytes in hand, followed by zeroed padding
     AVCodecParserContext* m_pParser = nullptr;
     AVCodecContext* m_pContext = nullptr;
     AVPacket* m_pPacket = nullptr;

@@ -89,7 +89,7 @@ typedef struct KW_VideoParam {
     int m_iWidth;       // of the last decoded picture, 0 before the first
     int m_iHeight;      //
     int m_iCodec;       // KW_CODEC_*
-    int64_t m_llFrames; // pictures decoded so far
+    int64_t m_llFrames; // pictures decoded, rendered and reported to the callbacks so far
 } KW_VideoParam;
 
 // ---- System ----
@@ -115,7 +115,8 @@ int KW_DeletePlayer(int _iPlayId);
 // image); bytes before the first recognisable unit are skipped. Corrupt data is dropped by the
 // decoder, which resynchronises on the next unit. Never waits for a decode: when the queue is
 // full (KW_QUEUE_MAX_PACKETS or KW_QUEUE_MAX_BYTES) the packet is dropped and
-// KW_ERR_QUEUE_FULL returned. _iSize 0 is 0 and queues nothing.
+// KW_ERR_QUEUE_FULL returned. _iSize 0 is 0 and queues nothing. A live stream has no end: a
+// picture is decoded once the first bytes of the next one have arrived.
 int KW_PutStreamToPlayer(int _iPlayId, unsigned char* _pcData, int _iSize);
 // Command 4 (user data): _pParam is a 24-byte record {int size at 0, callback at 8, user context
 // at 16} and _iParamSize 24; _iParamSize 0 stops the delivery without reading the record.
@@ -184,20 +185,21 @@ int KW_Ext_SaveSurfacePng(void* _hSurface, const char* _pcPath);
 // Each accepts and ignores whatever arguments its caller passes and returns KW_ERR_NOT_SUPPORTED.
 #define KW_NOT_SUPPORTED_EXPORTS(X)                                                                          \
     X(KW_SetAVMode)                                                                                          \
-    X(KW_SetVideoMode) X(KW_DeleteSystem) X(KW_CreatePlayerFromFile) X(KW_DeletePlayerEx)                    \
-        X(KW_RegisterEventMsg) X(KW_RegisterNotifyPlayToEnd) X(KW_RegisterNotifyGetDecAV) X(KW_SetPlayRect)  \
-            X(KW_SetPlayRectEx) X(KW_Pause) X(KW_Stop) X(KW_PlayAudio) X(KW_StopAudio) X(KW_SetAudioVolumn)  \
-                X(KW_SetAudioVolumeEx) X(KW_GoBegin) X(KW_GoEnd) X(KW_FastForward) X(KW_SlowForward) X(      \
-                    KW_FastBackward) X(KW_StepForward) X(KW_StepBackward) X(KW_Seek) X(KW_SeekEx)            \
-                    X(KW_GetFrameRate) X(KW_GetPlayingFrameNum) X(KW_GetPlayTime) X(KW_GetFrameCount) X(     \
-                        KW_GetBeginEnd) X(KW_GetFileName) X(KW_CreatePlayerFromStream) X(KW_StartMonitorCPU) \
-                        X(KW_StopMonitorCPU) X(KW_SetEZoom) X(KW_ResetEZoom) X(KW_AddEZoom)                  \
-                            X(KW_RemoveEZoom) X(KW_DrawPolyOnLocalVideo) X(KW_VECleanup) X(KW_VEAbort)       \
-                                X(KW_SegmentToFile) X(KW_RemoveAudio) X(KW_RegisterVECallBack) X(KW_Locate)  \
-                                    X(KW_GetCurFrameNo) X(KW_GetVEState) X(KW_Combine)                       \
-                                        X(KW_SetVideoDecryptKey) X(KW_GetVideoDecryptKey)                    \
-                                            X(KW_CreatePlayerFromVoD) X(KW_SetCleanVoDBuffer)                \
-                                                X(KW_RegisterCommonEventCallBackEx)                          \
+    X(KW_SetVideoMode)                                                                                       \
+    X(KW_DeleteSystem) X(KW_CreatePlayerFromFile) X(KW_DeletePlayerEx) X(KW_RegisterEventMsg)                \
+        X(KW_RegisterNotifyPlayToEnd) X(KW_RegisterNotifyGetDecAV) X(KW_SetPlayRect) X(KW_SetPlayRectEx) X(  \
+            KW_Pause) X(KW_Stop) X(KW_PlayAudio) X(KW_StopAudio) X(KW_SetAudioVolumn) X(KW_SetAudioVolumeEx) \
+            X(KW_GoBegin) X(KW_GoEnd) X(KW_FastForward) X(KW_SlowForward) X(KW_FastBackward)                 \
+                X(KW_StepForward) X(KW_StepBackward) X(KW_Seek) X(KW_SeekEx) X(KW_GetFrameRate)              \
+                    X(KW_GetPlayingFrameNum) X(KW_GetPlayTime) X(KW_GetFrameCount) X(KW_GetBeginEnd)         \
+                        X(KW_GetFileName) X(KW_CreatePlayerFromStream) X(KW_StartMonitorCPU)                 \
+                            X(KW_StopMonitorCPU) X(KW_SetEZoom) X(KW_ResetEZoom) X(KW_AddEZoom)              \
+                                X(KW_RemoveEZoom) X(KW_DrawPolyOnLocalVideo) X(KW_VECleanup) X(KW_VEAbort)   \
+                                    X(KW_SegmentToFile) X(KW_RemoveAudio) X(KW_RegisterVECallBack)           \
+                                        X(KW_Locate) X(KW_GetCurFrameNo) X(KW_GetVEState) X(KW_Combine)      \
+                                            X(KW_SetVideoDecryptKey) X(KW_GetVideoDecryptKey)                \
+                                                X(KW_CreatePlayerFromVoD) X(KW_SetCleanVoDBuffer) X(         \
+                                                    KW_RegisterCommonEventCallBackEx)                        \
                                                     X(KW_SetFrameListBufferSize) X(KW_GetBeginEndTimeStamp)  \
                                                         X(KW_CleanStreamBuffer) X(KW_GetUserDataInfo)        \
                                                             X(KW_RegisterCommonEventCallBack_V4)             \

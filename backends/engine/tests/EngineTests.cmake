@@ -24,3 +24,7 @@ set_tests_properties(engine.e2e PROPERTIES
     ENVIRONMENT "LD_LIBRARY_PATH=${FISHPLAYER_ENGINE_DIR}:${FISHPLAYER_ALGO_DIR}"
     LABELS "e2e")
 fishplayer_sanitizer_environment(engine.e2e)
+if(FISHPLAYER_SANITIZE STREQUAL "address")
+    set_property(TEST engine.unit APPEND PROPERTY ENVIRONMENT
+        "LSAN_OPTIONS=suppressions=${FISHPLAYER_ENGINE_TESTS_DIR}/lsan.supp")
+endif()
