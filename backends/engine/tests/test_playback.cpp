@@ -310,6 +310,53 @@ TEST_F(EngineLifecycle, PacketsQueuedBeforePlayAreDecodedAfterIt) {
     EXPECT_GE(WaitFrames(iId, FRAMES - 1), FRAMES - 1);
 }
 
+TEST_F(EngineLifecycle, ExportsCalledFromSeveralThreadsAtOnce) {
+    void* hMain = NewSurface(64, 48);
+    const int iId = NewPlayer(hMain);
+    std::atomic<int> iBad{0};
+    std::thread tFeeder([&] {
+        for (int i = 0; i < 3; ++i)
+            if (KW_PutStreamToPlayer(iId, Stream("mjpeg").data(), static_cast<int>(Stream("mjpeg").size())) !=
+                0)
+                ++iBad;
+    });
+    std::thread tViews([&] {
+        for (int i = 0; i < 40; ++i) {
+            void* hView = KW_Ext_CreateSurface(32, 24);
+            Bytes tSetup = SetupRecord(KW_CORRECT_PTZ, hView, 5000, 5000, 10000);
+            const int iCorrect = KW_CreateFishEyeCorrect(iId, tSetup.Data(), 88);
+            Bytes tPtz = Bytes(32).At<int>(8, 1000 + i).At<int>(12, 2000).At<int>(16, 12000);
+            Bytes tPanorama = Bytes(8).At<float>(4, static_cast<float>(i));
+            if (iCorrect < 0 || KW_SetFishEyeCorrectPara(iId, iCorrect, 1, tPtz.Data(), 32) != 0 ||
+                KW_SetFishEyeCorrectPara(iId, iCorrect, 3, tPanorama.Data(), 8) != 0 ||
+                KW_SetFishEyeCorrectCallBack(iId, iCorrect, CorrectSink, nullptr) != 0)
+                ++iBad;
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            if (KW_Ext_DestroySurface(hView) != 0 || KW_DeleteFishEyeCorrect(iId, iCorrect) != 0)
+                ++iBad;
+        }
+    });
+    std::thread tClient([&] {
+        Bytes tWhole = Bytes(88).At<int>(0, 88).At<int>(20, 10000).At<int>(28, 10000);
+        for (int i = 0; i < 40; ++i) {
+            int iUser = 0;
+            Subscribe(iId, &iUser);
+            Unsubscribe(iId);
+            if (KW_SetFishEyeCorrectEnable(iId, i % 2, tWhole.Data()) < 0)
+                ++iBad;
+            const int iCapture = KW_CapturePicture(iId, TempPath("concurrent.ppm").c_str(), KW_CAPTURE_PPM);
+            if (iCapture != 0 && iCapture != KW_ERR_NO_PICTURE)
+                ++iBad;
+        }
+    });
+    tFeeder.join();
+    tViews.join();
+    tClient.join();
+    EXPECT_EQ(iBad.load(), 0);
+    EXPECT_GE(WaitFrames(iId, 3 * FRAMES - 1), 3 * FRAMES - 1);
+    std::remove(TempPath("concurrent.ppm").c_str());
+}
+
 // ---- user data ----
 
 using EngineUserData = EngineTest;
