@@ -4,6 +4,7 @@
 
 #include "ImageFiles.h"
 #include "StreamDecoder.h"
+#include "ViewParamsBuilder.h"
 #include "ViewRenderer.h"
 
 #include "bindings/ZebPlayerRecords.h"
@@ -235,32 +236,19 @@ void DeliverArea(Player& _tPlayer, const Area& _tArea) {
 }
 
 ViewParams ParamsOf(const Player& _tPlayer, const Correction* _pCorrection) {
-    ViewParams tParams;
-    Area tArea;
-    if (_tPlayer.m_blWholeEnabled) {
-        tParams.m_iMountMode = _tPlayer.m_tWholeSetup.m_iInstallMode;
-        tArea = {_tPlayer.m_tWholeSetup.m_iAreaLeft, _tPlayer.m_tWholeSetup.m_iAreaTop,
-                 _tPlayer.m_tWholeSetup.m_iAreaRight, _tPlayer.m_tWholeSetup.m_iAreaBottom};
-    }
-    if ((!_tPlayer.m_blWholeEnabled || tArea.IsEmpty()) && _tPlayer.m_blHasArea)
-        tArea = _tPlayer.m_tArea;
-    if (tArea.IsEmpty() || tArea.m_iLeft < 0 || tArea.m_iTop < 0 || tArea.m_iRight > 10000 ||
-        tArea.m_iBottom > 10000)
-        tArea = Area{};
-    tParams.m_iAreaLeft = tArea.m_iLeft;
-    tParams.m_iAreaTop = tArea.m_iTop;
-    tParams.m_iAreaRight = tArea.m_iRight;
-    tParams.m_iAreaBottom = tArea.m_iBottom;
+    ViewSources tSources;
+    const PictureArea tFound{_tPlayer.m_tArea.m_iLeft, _tPlayer.m_tArea.m_iTop, _tPlayer.m_tArea.m_iRight,
+                             _tPlayer.m_tArea.m_iBottom};
+    if (_tPlayer.m_blWholeEnabled)
+        tSources.m_pWholeSetup = &_tPlayer.m_tWholeSetup;
+    if (_tPlayer.m_blHasArea)
+        tSources.m_pFoundArea = &tFound;
     if (_pCorrection) {
-        tParams.m_iKind = _pCorrection->m_tSetup.m_iCorrectType;
-        tParams.m_iMountMode = _pCorrection->m_tSetup.m_iInstallMode;
-        tParams.m_iExtra = _pCorrection->m_tSetup.m_iExtra;
-        tParams.m_iPtzX = _pCorrection->m_tPtz.iPTZPositionX;
-        tParams.m_iPtzY = _pCorrection->m_tPtz.iPTZPositionY;
-        tParams.m_iPtzZoom = _pCorrection->m_tPtz.iPTZZoom;
-        tParams.m_fRotateAngle = _pCorrection->m_tPanorama.m_fRotateAngle;
+        tSources.m_pSetup = &_pCorrection->m_tSetup;
+        tSources.m_pPtz = &_pCorrection->m_tPtz;
+        tSources.m_pPanorama = &_pCorrection->m_tPanorama;
     }
-    return tParams;
+    return MakeViewParams(tSources);
 }
 
 struct RenderJob {

@@ -32,19 +32,20 @@ enum n_ViewKind : int {
     n_ViewKind_Fisheye = 1280, // the whole fisheye circle
 };
 
-// What a renderer needs to know of one view, rebuilt by the engine for every picture.
-// Positions and areas are 0 to 10000 of the source picture's width and height.
+// What a renderer needs to know of one view, rebuilt by the engine for every picture (see
+// MakeViewParams in ViewParamsBuilder.h). Positions and areas are 0 to 10000 of the source
+// picture's width and height.
 struct ViewParams {
-    int m_iKind = n_ViewKind_Source;
-    int m_iMountMode = 0; // mounting mode, the set-up record's int at byte 4
-    int m_iPtzX = 5000;   // PTZ view centre (kind 1 parameters, bytes 8 and 12)
+    int m_iKind = n_ViewKind_Source; // the set-up record's int at byte 8; the main window is a source view
+    int m_iMountMode = 0;            // mounting mode, the set-up record's int at byte 4
+    int m_iPtzX = 5000;              // PTZ view centre (kind 1 parameters, bytes 8 and 12), 0..10000
     int m_iPtzY = 5000;
-    int m_iPtzZoom = 10000;      // PTZ zoom (kind 1 parameters, byte 16), 10000 = 1.0
+    int m_iPtzZoom = 10000;      // PTZ zoom (kind 1 parameters, byte 16), 10000 = 1.0, at least 1
     float m_fRotateAngle = 0.0f; // panorama rotation in degrees (kind 3 parameters), finite
     int m_iAreaLeft = 0;         // the fisheye circle's bounding box: the whole-picture set-up's
-    int m_iAreaTop = 0;          // area when correction is enabled with a non-empty one, else
-    int m_iAreaRight = 10000;    // the area found in the pictures, else the whole picture;
-    int m_iAreaBottom = 10000;   // left < right and top < bottom always hold
+    int m_iAreaTop = 0;          // area while that correction is enabled with a valid one, else the
+    int m_iAreaRight = 10000;    // area found in the pictures, else the whole picture; always
+    int m_iAreaBottom = 10000;   // 0 <= left < right <= 10000 and 0 <= top < bottom <= 10000
     int m_iExtra = 0;            // the set-up record's int at byte 80
 };
 

@@ -8,7 +8,8 @@ add_library(korvane_test_streams STATIC ${FISHPLAYER_ENGINE_TESTS_DIR}/StreamMak
 target_include_directories(korvane_test_streams PUBLIC ${FISHPLAYER_ENGINE_TESTS_DIR})
 target_link_libraries(korvane_test_streams PUBLIC PkgConfig::KORVANE_FFMPEG)
 
-add_executable(test_engine ${FISHPLAYER_ENGINE_TESTS_DIR}/test_exports.cpp ${FISHPLAYER_ENGINE_TESTS_DIR}/test_playback.cpp)
+add_executable(test_engine ${FISHPLAYER_ENGINE_TESTS_DIR}/test_exports.cpp ${FISHPLAYER_ENGINE_TESTS_DIR}/test_playback.cpp
+    ${FISHPLAYER_ENGINE_TESTS_DIR}/test_view_params.cpp)
 target_link_libraries(test_engine PRIVATE korvane korvane_core korvane_test_streams GTest::gtest GTest::gtest_main
     ${CMAKE_DL_LIBS})
 add_test(NAME engine.unit COMMAND test_engine)
