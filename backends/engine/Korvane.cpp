@@ -44,20 +44,13 @@ constexpr std::int64_t AREA_PERIOD = 25;
 // A new area is delivered only when a side moved by more than this (0 to 10000).
 constexpr int AREA_TOLERANCE = 50;
 
-struct Area {
-    int m_iLeft = 0;
-    int m_iTop = 0;
-    int m_iRight = 10000;
-    int m_iBottom = 10000;
-
-    bool IsEmpty() const { return m_iLeft >= m_iRight || m_iTop >= m_iBottom; }
-    bool IsCloseTo(const Area& _tOther) const {
-        return std::abs(m_iLeft - _tOther.m_iLeft) <= AREA_TOLERANCE &&
-               std::abs(m_iTop - _tOther.m_iTop) <= AREA_TOLERANCE &&
-               std::abs(m_iRight - _tOther.m_iRight) <= AREA_TOLERANCE &&
-               std::abs(m_iBottom - _tOther.m_iBottom) <= AREA_TOLERANCE;
-    }
-};
+// Whether a newly found area is still the one delivered.
+bool IsCloseTo(const PictureArea& _tArea, const PictureArea& _tOther) {
+    return std::abs(_tArea.m_iLeft - _tOther.m_iLeft) <= AREA_TOLERANCE &&
+           std::abs(_tArea.m_iTop - _tOther.m_iTop) <= AREA_TOLERANCE &&
+           std::abs(_tArea.m_iRight - _tOther.m_iRight) <= AREA_TOLERANCE &&
+           std::abs(_tArea.m_iBottom - _tOther.m_iBottom) <= AREA_TOLERANCE;
+}
 
 struct SurfaceTarget {
     std::mutex m_mutex;
@@ -92,7 +85,7 @@ struct Player {
     int m_iCodec = KW_CODEC_UNKNOWN;
     std::int64_t m_llFrames = 0;
     bool m_blHasArea = false;
-    Area m_tArea; // found in the pictures
+    PictureArea m_tArea; // found in the pictures
     std::shared_ptr<CLS_ViewRenderer> m_pMainRenderer = CreateViewRenderer(n_ViewKind_Source);
 
     // The packet queue and the thread.
@@ -110,7 +103,7 @@ struct Player {
     // Decoding thread only.
     CLS_StreamDecoder m_decoder;
     std::uint64_t m_uDeliveredGeneration = 0;
-    Area m_tDelivered;
+    PictureArea m_tDelivered;
 };
 
 struct Subscription {
@@ -166,7 +159,7 @@ int FreeCorrectId(const Player& _tPlayer) {
 }
 
 // Bounding box of the non-dark part of the picture, or false when the picture is all dark.
-bool FindFisheyeArea(const Frame& _tFrame, Area* _ptArea) {
+bool FindFisheyeArea(const Frame& _tFrame, PictureArea* _ptArea) {
     const int iW = _tFrame.m_iWidth;
     const int iH = _tFrame.m_iHeight;
     const int iStep = std::max(1, std::min(iW, iH) / 512);
@@ -208,11 +201,11 @@ bool FindFisheyeArea(const Frame& _tFrame, Area* _ptArea) {
         static_cast<int>(std::min<long long>(10000, (static_cast<long long>(iRight) + 1) * 10000 / iW));
     _ptArea->m_iBottom =
         static_cast<int>(std::min<long long>(10000, (static_cast<long long>(iBottom) + 1) * 10000 / iH));
-    return !_ptArea->IsEmpty();
+    return _ptArea->IsValid();
 }
 
 // Calls the subscriber of the player's play index when the area is new to it.
-void DeliverArea(Player& _tPlayer, const Area& _tArea) {
+void DeliverArea(Player& _tPlayer, const PictureArea& _tArea) {
     std::lock_guard<std::recursive_mutex> delivery(R().m_deliveryMutex);
     Subscription tSubscription;
     {
@@ -223,7 +216,7 @@ void DeliverArea(Player& _tPlayer, const Area& _tArea) {
         tSubscription = it->second;
     }
     if (tSubscription.m_uGeneration == _tPlayer.m_uDeliveredGeneration &&
-        _tArea.IsCloseTo(_tPlayer.m_tDelivered))
+        IsCloseTo(_tArea, _tPlayer.m_tDelivered))
         return;
     unsigned char acPayload[KW_USER_DATA_FISHEYE_AREA_SIZE] = {};
     const double adArea[4] = {static_cast<double>(_tArea.m_iLeft), static_cast<double>(_tArea.m_iTop),
@@ -237,12 +230,10 @@ void DeliverArea(Player& _tPlayer, const Area& _tArea) {
 
 ViewParams ParamsOf(const Player& _tPlayer, const Correction* _pCorrection) {
     ViewSources tSources;
-    const PictureArea tFound{_tPlayer.m_tArea.m_iLeft, _tPlayer.m_tArea.m_iTop, _tPlayer.m_tArea.m_iRight,
-                             _tPlayer.m_tArea.m_iBottom};
     if (_tPlayer.m_blWholeEnabled)
         tSources.m_pWholeSetup = &_tPlayer.m_tWholeSetup;
     if (_tPlayer.m_blHasArea)
-        tSources.m_pFoundArea = &tFound;
+        tSources.m_pFoundArea = &_tPlayer.m_tArea;
     if (_pCorrection) {
         tSources.m_pSetup = &_pCorrection->m_tSetup;
         tSources.m_pPtz = &_pCorrection->m_tPtz;
@@ -281,14 +272,14 @@ bool OnPicture(Player& _tPlayer, const Frame& _tFrame) {
         blLookForArea = llFrame < AREA_FIRST_FRAMES || llFrame % AREA_PERIOD == 0;
     }
     if (blLookForArea) {
-        Area tArea;
+        PictureArea tArea;
         if (FindFisheyeArea(_tFrame, &tArea)) {
             std::lock_guard<std::mutex> lock(_tPlayer.m_mutex);
             _tPlayer.m_blHasArea = true;
             _tPlayer.m_tArea = tArea;
         }
     }
-    Area tArea;
+    PictureArea tArea;
     bool blHasArea = false;
     {
         std::lock_guard<std::mutex> lock(_tPlayer.m_mutex);
