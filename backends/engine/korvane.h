@@ -122,8 +122,11 @@ int KW_PutStreamToPlayer(int _iPlayId, unsigned char* _pcData, int _iSize);
 // at 16} and _iParamSize 24; _iParamSize 0 stops the delivery without reading the record.
 // A non-null callback subscribes _iPlayIndex (replacing an earlier subscription); a null
 // callback stops the delivery for it, and returns once a delivery in progress has ended.
-// The fisheye area is delivered once per subscription, as soon as it is known, and again
-// whenever it changes. Other commands are KW_ERR_NOT_SUPPORTED.
+// The fisheye area (the bounding box of the picture's non-dark part) is looked for in the first
+// five pictures and then in every 25th; it is delivered once per subscription, with the first
+// picture after both the area and the subscription exist, and again whenever a side has moved by
+// more than 50. Deleting a player leaves the subscriptions of its play index in place. Other
+// commands are KW_ERR_NOT_SUPPORTED.
 int KW_PlayerControl(int _iPlayIndex, int _iCommand, void* _pParam, int _iParamSize, int _iReserved);
 
 // ---- Fisheye corrections ----
@@ -183,28 +186,24 @@ int KW_Ext_SaveSurfacePng(void* _hSurface, const char* _pcPath);
 
 // ---- Exports this engine does not provide ----
 // Each accepts and ignores whatever arguments its caller passes and returns KW_ERR_NOT_SUPPORTED.
-#define KW_NOT_SUPPORTED_EXPORTS(X)                                                                          \
-    X(KW_SetAVMode)                                                                                          \
-    X(KW_SetVideoMode)                                                                                       \
-    X(KW_DeleteSystem)                                                                                       \
-    X(KW_CreatePlayerFromFile) X(KW_DeletePlayerEx) X(KW_RegisterEventMsg) X(KW_RegisterNotifyPlayToEnd)     \
-        X(KW_RegisterNotifyGetDecAV) X(KW_SetPlayRect) X(KW_SetPlayRectEx) X(KW_Pause) X(KW_Stop)            \
-            X(KW_PlayAudio) X(KW_StopAudio) X(KW_SetAudioVolumn) X(KW_SetAudioVolumeEx) X(KW_GoBegin)        \
-                X(KW_GoEnd) X(KW_FastForward) X(KW_SlowForward) X(KW_FastBackward) X(KW_StepForward) X(      \
-                    KW_StepBackward) X(KW_Seek) X(KW_SeekEx) X(KW_GetFrameRate) X(KW_GetPlayingFrameNum)     \
-                    X(KW_GetPlayTime) X(KW_GetFrameCount) X(KW_GetBeginEnd) X(KW_GetFileName) X(             \
-                        KW_CreatePlayerFromStream) X(KW_StartMonitorCPU) X(KW_StopMonitorCPU) X(KW_SetEZoom) \
-                        X(KW_ResetEZoom) X(KW_AddEZoom) X(KW_RemoveEZoom) X(KW_DrawPolyOnLocalVideo)         \
-                            X(KW_VECleanup) X(KW_VEAbort) X(KW_SegmentToFile) X(KW_RemoveAudio)              \
-                                X(KW_RegisterVECallBack) X(KW_Locate) X(KW_GetCurFrameNo) X(KW_GetVEState)   \
-                                    X(KW_Combine) X(KW_SetVideoDecryptKey) X(KW_GetVideoDecryptKey)          \
-                                        X(KW_CreatePlayerFromVoD) X(KW_SetCleanVoDBuffer)                    \
-                                            X(KW_RegisterCommonEventCallBackEx) X(KW_SetFrameListBufferSize) \
-                                                X(KW_GetBeginEndTimeStamp) X(KW_CleanStreamBuffer)           \
-                                                    X(KW_GetUserDataInfo)                                    \
-                                                        X(KW_RegisterCommonEventCallBack_V4)                 \
-                                                            X(KW_SetDecCallBack) X(KW_SetSrcRect)            \
-                                                                X(KW_DrawText)
+// clang-format off
+#define KW_NOT_SUPPORTED_EXPORTS(X) \
+    X(KW_SetAVMode) X(KW_SetVideoMode) X(KW_DeleteSystem) X(KW_CreatePlayerFromFile) \
+    X(KW_DeletePlayerEx) X(KW_RegisterEventMsg) X(KW_RegisterNotifyPlayToEnd) \
+    X(KW_RegisterNotifyGetDecAV) X(KW_SetPlayRect) X(KW_SetPlayRectEx) X(KW_Pause) X(KW_Stop) \
+    X(KW_PlayAudio) X(KW_StopAudio) X(KW_SetAudioVolumn) X(KW_SetAudioVolumeEx) X(KW_GoBegin) \
+    X(KW_GoEnd) X(KW_FastForward) X(KW_SlowForward) X(KW_FastBackward) X(KW_StepForward) \
+    X(KW_StepBackward) X(KW_Seek) X(KW_SeekEx) X(KW_GetFrameRate) X(KW_GetPlayingFrameNum) \
+    X(KW_GetPlayTime) X(KW_GetFrameCount) X(KW_GetBeginEnd) X(KW_GetFileName) \
+    X(KW_CreatePlayerFromStream) X(KW_StartMonitorCPU) X(KW_StopMonitorCPU) X(KW_SetEZoom) \
+    X(KW_ResetEZoom) X(KW_AddEZoom) X(KW_RemoveEZoom) X(KW_DrawPolyOnLocalVideo) X(KW_VECleanup) \
+    X(KW_VEAbort) X(KW_SegmentToFile) X(KW_RemoveAudio) X(KW_RegisterVECallBack) X(KW_Locate) \
+    X(KW_GetCurFrameNo) X(KW_GetVEState) X(KW_Combine) X(KW_SetVideoDecryptKey) \
+    X(KW_GetVideoDecryptKey) X(KW_CreatePlayerFromVoD) X(KW_SetCleanVoDBuffer) \
+    X(KW_RegisterCommonEventCallBackEx) X(KW_SetFrameListBufferSize) X(KW_GetBeginEndTimeStamp) \
+    X(KW_CleanStreamBuffer) X(KW_GetUserDataInfo) X(KW_RegisterCommonEventCallBack_V4) \
+    X(KW_SetDecCallBack) X(KW_SetSrcRect) X(KW_DrawText)
+// clang-format on
 
 #define KW_DECLARE_NOT_SUPPORTED(name) int name(void);
 KW_NOT_SUPPORTED_EXPORTS(KW_DECLARE_NOT_SUPPORTED)
