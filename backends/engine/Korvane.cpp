@@ -6,6 +6,7 @@
 #include "StreamDecoder.h"
 #include "ViewParamsBuilder.h"
 #include "ViewRenderer.h"
+#include "X11Targets.h"
 
 #include "bindings/ZebPlayerRecords.h"
 
@@ -249,9 +250,13 @@ struct RenderJob {
 };
 
 void RenderInto(const RenderJob& _tJob, const Frame& _tFrame) {
-    const std::shared_ptr<SurfaceTarget> pTarget = FindSurface(_tJob.m_pWindow);
-    if (!pTarget || !_tJob.m_pRenderer)
+    if (!_tJob.m_pRenderer)
         return;
+    const std::shared_ptr<SurfaceTarget> pTarget = FindSurface(_tJob.m_pWindow);
+    if (!pTarget) {
+        RenderToX11Window(_tJob.m_pWindow, _tFrame, _tJob.m_tParams, *_tJob.m_pRenderer);
+        return;
+    }
     std::lock_guard<std::mutex> lock(pTarget->m_mutex);
     _tJob.m_pRenderer->Render(_tFrame, _tJob.m_tParams, pTarget->m_tSurface);
     if (pTarget->m_iRendered < INT32_MAX)

@@ -15,8 +15,10 @@
 //   KW_CreateFishEyeCorrect or KW_SetFishEyeCorrectEnable; unique within its player.
 // - Normalised plane: positions and areas are 0 to 10000 of the picture's width and height.
 // - Window handles: wherever a window is expected, a rendering target created with
-//   KW_Ext_CreateSurface may be given. Any other handle is accepted and kept, but nothing is
-//   rendered into it.
+//   KW_Ext_CreateSurface or the id of an X11 window (cast to a pointer) may be given. X11
+//   windows are those of the display named by DISPLAY when the first one is rendered, of
+//   depth 24; the picture is scaled to the window's size. Any other handle is accepted and kept,
+//   but nothing is rendered into it.
 // - Threads: every export may be called from any thread. Each player decodes on a thread of its
 //   own; user data and correction callbacks are called on that thread.
 // - FFmpeg's log level is set to fatal errors only when the first player is created, so that

@@ -29,3 +29,12 @@ if(FISHPLAYER_SANITIZE STREQUAL "address")
     set_property(TEST engine.unit APPEND PROPERTY ENVIRONMENT
         "LSAN_OPTIONS=suppressions=${FISHPLAYER_ENGINE_TESTS_DIR}/lsan.supp")
 endif()
+
+if(KORVANE_XCB_FOUND)
+    add_executable(test_engine_x11 ${FISHPLAYER_ENGINE_TESTS_DIR}/test_x11.cpp)
+    target_link_libraries(test_engine_x11 PRIVATE korvane korvane_test_streams PkgConfig::KORVANE_XCB GTest::gtest
+        GTest::gtest_main)
+    add_test(NAME engine.x11 COMMAND test_engine_x11)
+    set_tests_properties(engine.x11 PROPERTIES LABELS "unit")
+    fishplayer_sanitizer_environment(engine.x11)
+endif()
