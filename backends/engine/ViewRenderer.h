@@ -1,0 +1,72 @@
+// The per-view picture computation of the engine: a picture in, one view's picture out.
+#ifndef KORVANE_VIEW_RENDERER_H
+#define KORVANE_VIEW_RENDERER_H
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace korvane {
+
+// A decoded picture: RGB, 3 bytes a pixel, rows top to bottom without padding.
+struct Frame {
+    int m_iWidth = 0;
+    int m_iHeight = 0;
+    std::vector<std::uint8_t> m_vecRgb;
+};
+
+// A rendering target: the same layout as a frame, of a fixed size.
+struct Surface {
+    int m_iWidth = 0;
+    int m_iHeight = 0;
+    std::vector<std::uint8_t> m_vecRgb;
+};
+
+// View kinds: the correction type of the view's set-up record.
+enum n_ViewKind : int {
+    n_ViewKind_Source = 0,     // the picture as decoded
+    n_ViewKind_PTZ = 256,      // perspective cut-out at a position and zoom
+    n_ViewKind_180 = 512,      // 180-degree panorama
+    n_ViewKind_360 = 768,      // 360-degree panorama
+    n_ViewKind_LAT = 1024,     // latitude/longitude view
+    n_ViewKind_Fisheye = 1280, // the whole fisheye circle
+};
+
+// What a renderer needs to know of one view, rebuilt by the engine for every picture (see
+// MakeViewParams in ViewParamsBuilder.h). Positions and areas are 0 to 10000 of the source
+// picture's width and height.
+struct ViewParams {
+    int m_iKind = n_ViewKind_Source; // the set-up record's int at byte 8; the main window is a source view
+    int m_iMountMode = 0;            // mounting mode, the set-up record's int at byte 4
+    int m_iPtzX = 5000;              // PTZ view centre (kind 1 parameters, bytes 8 and 12), 0..10000
+    int m_iPtzY = 5000;
+    int m_iPtzZoom = 10000;      // PTZ zoom (kind 1 parameters, byte 16), 10000 = 1.0, at least 1
+    float m_fRotateAngle = 0.0f; // panorama rotation in degrees (kind 3 parameters), finite
+    int m_iAreaLeft = 0;         // the fisheye circle's bounding box: the whole-picture set-up's
+    int m_iAreaTop = 0;          // area while that correction is enabled with a valid one, else the
+    int m_iAreaRight = 10000;    // area found in the pictures, else the whole picture; always
+    int m_iAreaBottom = 10000;   // 0 <= left < right <= 10000 and 0 <= top < bottom <= 10000
+    int m_iExtra = 0;            // the set-up record's int at byte 80
+};
+
+// Computes one view's picture. One renderer belongs to one view and is only called on the
+// decoding thread of the view's player, so it may keep state (tables) between pictures.
+class CLS_ViewRenderer {
+public:
+    virtual ~CLS_ViewRenderer() = default;
+    // Fills the whole of _tDst from _tSrc (both non-empty).
+    virtual void Render(const Frame& _tSrc, const ViewParams& _tParams, Surface& _tDst) = 0;
+};
+
+// The first renderer: the source picture scaled to the target (nearest pixel), for every kind.
+class CLS_CopyRenderer : public CLS_ViewRenderer {
+public:
+    void Render(const Frame& _tSrc, const ViewParams& _tParams, Surface& _tDst) override;
+};
+
+// The renderer that the engine gives a new view of kind _iKind.
+std::unique_ptr<CLS_ViewRenderer> CreateViewRenderer(int _iKind);
+
+} // namespace korvane
+
+#endif // KORVANE_VIEW_RENDERER_H

@@ -1,0 +1,134 @@
+// X11 windows as the engine's rendering targets, on a virtual X server started for the test.
+#include "EngineTest.h"
+
+#include <xcb/xcb.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <spawn.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace {
+
+pid_t g_iServer = -1;
+
+class EngineX11 : public EngineTest {
+protected:
+    static void SetUpTestSuite() {
+        const std::string strDisplay = ":" + std::to_string(100 + getpid() % 800);
+        const char* apcArgs[] = {"Xvfb",       strDisplay.c_str(), "-screen", "0",
+                                 "320x240x24", "-nolisten",        "tcp",     nullptr};
+        if (posix_spawnp(&g_iServer, "Xvfb", nullptr, nullptr, const_cast<char* const*>(apcArgs), environ) !=
+            0) {
+            g_iServer = -1;
+            return;
+        }
+        setenv("DISPLAY", strDisplay.c_str(), 1);
+        // Wait (at most ten seconds) for the server to accept connections.
+        for (int i = 0; i < 200; ++i) {
+            xcb_connection_t* pXcb = xcb_connect(nullptr, nullptr);
+            const bool blUp = !xcb_connection_has_error(pXcb);
+            xcb_disconnect(pXcb);
+            if (blUp)
+                return;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        TearDownTestSuite();
+    }
+
+    static void TearDownTestSuite() {
+        if (g_iServer > 0) {
+            kill(g_iServer, SIGTERM);
+            waitpid(g_iServer, nullptr, 0);
+        }
+        g_iServer = -1;
+    }
+
+    void SetUp() override {
+        if (g_iServer <= 0)
+            GTEST_SKIP() << "no virtual X server (Xvfb) could be started";
+        m_pXcb = xcb_connect(nullptr, nullptr);
+        ASSERT_FALSE(xcb_connection_has_error(m_pXcb));
+    }
+
+    void TearDown() override {
+        EngineTest::TearDown();
+        if (m_pXcb)
+            xcb_disconnect(m_pXcb);
+    }
+
+    xcb_window_t Window(int _iWidth, int _iHeight) {
+        xcb_screen_t* pScreen = xcb_setup_roots_iterator(xcb_get_setup(m_pXcb)).data;
+        const xcb_window_t uWindow = xcb_generate_id(m_pXcb);
+        xcb_create_window(m_pXcb, XCB_COPY_FROM_PARENT, uWindow, pScreen->root, 0, 0,
+                          static_cast<std::uint16_t>(_iWidth), static_cast<std::uint16_t>(_iHeight), 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, pScreen->root_visual, 0, nullptr);
+        xcb_map_window(m_pXcb, uWindow);
+        xcb_flush(m_pXcb);
+        return uWindow;
+    }
+
+    // Bright pixels of the window's contents.
+    size_t Bright(xcb_window_t _uWindow, int _iWidth, int _iHeight) {
+        xcb_get_image_reply_t* pImage = xcb_get_image_reply(
+            m_pXcb,
+            xcb_get_image(m_pXcb, XCB_IMAGE_FORMAT_Z_PIXMAP, _uWindow, 0, 0,
+                          static_cast<std::uint16_t>(_iWidth), static_cast<std::uint16_t>(_iHeight), ~0u),
+            nullptr);
+        EXPECT_NE(pImage, nullptr);
+        if (!pImage)
+            return 0;
+        const std::uint8_t* pcData = xcb_get_image_data(pImage);
+        const int iLength = xcb_get_image_data_length(pImage);
+        EXPECT_EQ(iLength, _iWidth * _iHeight * 4);
+        size_t uBright = 0;
+        for (int i = 0; i + 3 < iLength; i += 4)
+            uBright += (pcData[i] + pcData[i + 1] + pcData[i + 2] > 300) ? 1 : 0;
+        std::free(pImage);
+        return uBright;
+    }
+
+    static void* Handle(xcb_window_t _uWindow) {
+        return reinterpret_cast<void*>(static_cast<std::uintptr_t>(_uWindow));
+    }
+
+    xcb_connection_t* m_pXcb = nullptr;
+};
+
+} // namespace
+
+TEST_F(EngineX11, TheMainWindowAndAViewShowThePicture) {
+    const xcb_window_t uMain = Window(160, 120);
+    const xcb_window_t uView = Window(90, 70);
+    EXPECT_EQ(Bright(uMain, 160, 120), 0u);
+    const int iId = NewPlayer(Handle(uMain));
+    Bytes tSetup = SetupRecord(KW_CORRECT_360, Handle(uView));
+    ASSERT_GE(KW_CreateFishEyeCorrect(iId, tSetup.Data(), 88), 0);
+    std::vector<std::uint8_t> vecStream = MakeStream("mjpeg", TEST_WIDTH, TEST_HEIGHT, 6, TEST_DISC);
+    Feed(iId, vecStream);
+    ASSERT_GE(WaitFrames(iId, 5), 5);
+    EXPECT_GT(Bright(uMain, 160, 120), 160u * 120u / 10);
+    EXPECT_GT(Bright(uView, 90, 70), 90u * 70u / 10);
+}
+
+TEST_F(EngineX11, HandlesThatAreNoWindowsRenderNowhere) {
+    // An id the server never gave out, and one beyond X11's ids.
+    const int iId = NewPlayer(reinterpret_cast<void*>(std::uintptr_t{0x1FFFFF0}));
+    Bytes tSetup = SetupRecord(KW_CORRECT_PTZ, reinterpret_cast<void*>(std::uintptr_t{1} << 40));
+    ASSERT_GE(KW_CreateFishEyeCorrect(iId, tSetup.Data(), 88), 0);
+    std::vector<std::uint8_t> vecStream = MakeStream("mjpeg", TEST_WIDTH, TEST_HEIGHT, 6, TEST_DISC);
+    Feed(iId, vecStream);
+    EXPECT_GE(WaitFrames(iId, 5), 5);
+    // A window destroyed while the player renders into it.
+    const xcb_window_t uGone = Window(40, 30);
+    const int iOther = NewPlayer(Handle(uGone));
+    Feed(iOther, vecStream);
+    xcb_destroy_window(m_pXcb, uGone);
+    xcb_flush(m_pXcb);
+    Feed(iOther, vecStream);
+    EXPECT_GE(WaitFrames(iOther, 11), 11);
+}
