@@ -1,5 +1,8 @@
 #include "ViewRenderer.h"
 
+#include "dewarp/Dewarp.h"
+
+#include <algorithm>
 #include <cstring>
 
 namespace korvane {
@@ -29,8 +32,81 @@ void CLS_CopyRenderer::Render(const Frame& _tSrc, const ViewParams&, Surface& _t
     }
 }
 
+namespace {
+
+fisheye::n_ViewKind DewarpKind(int _iKind) {
+    switch (_iKind) {
+    case n_ViewKind_PTZ:
+        return fisheye::n_ViewKind::Ptz;
+    case n_ViewKind_180:
+        return fisheye::n_ViewKind::Half;
+    case n_ViewKind_360:
+        return fisheye::n_ViewKind::Panorama;
+    case n_ViewKind_LAT:
+        return fisheye::n_ViewKind::Lat;
+    case n_ViewKind_Fisheye:
+        return fisheye::n_ViewKind::Fisheye;
+    default:
+        return fisheye::n_ViewKind::Source;
+    }
+}
+
+fisheye::n_Mount DewarpMount(int _iMountMode) {
+    switch (_iMountMode) {
+    case 1:
+        return fisheye::n_Mount::Wall;
+    case 3:
+        return fisheye::n_Mount::Floor;
+    default: // 2, and any mode the camera does not name: looking down, as the algorithm assumes
+        return fisheye::n_Mount::Ceiling;
+    }
+}
+
+} // namespace
+
+struct CLS_DewarpRenderer::STRUCT_Table {
+    fisheye::CLS_RemapTable m_table;
+};
+
+CLS_DewarpRenderer::CLS_DewarpRenderer() : m_pTable(std::make_unique<STRUCT_Table>()) {}
+
+CLS_DewarpRenderer::~CLS_DewarpRenderer() = default;
+
+void CLS_DewarpRenderer::Render(const Frame& _tSrc, const ViewParams& _tParams, Surface& _tDst) {
+    fisheye::STRUCT_ViewParams tView;
+    tView.m_eKind = DewarpKind(_tParams.m_iKind);
+    tView.m_eMount = DewarpMount(_tParams.m_iMountMode);
+    tView.m_tArea = {_tParams.m_iAreaLeft / 10000.0, _tParams.m_iAreaRight / 10000.0, _tParams.m_iAreaTop / 10000.0,
+                     _tParams.m_iAreaBottom / 10000.0};
+    tView.m_iPtzX = _tParams.m_iPtzX;
+    tView.m_iPtzY = _tParams.m_iPtzY;
+    tView.m_iPtzZoom = _tParams.m_iPtzZoom;
+    tView.m_dRotation = _tParams.m_fRotateAngle;
+    tView.m_iWidth = _tDst.m_iWidth;
+    tView.m_iHeight = _tDst.m_iHeight;
+    fisheye::CLS_RemapTable& table = m_pTable->m_table;
+    if (!table.Update(tView, _tSrc.m_iWidth, _tSrc.m_iHeight)) {
+        // Sizes the table refuses: show the picture as it is rather than nothing.
+        CLS_CopyRenderer().Render(_tSrc, _tParams, _tDst);
+        return;
+    }
+    fisheye::STRUCT_Image tSrc;
+    tSrc.m_pData = const_cast<std::uint8_t*>(_tSrc.m_vecRgb.data()); // only read
+    tSrc.m_iWidth = _tSrc.m_iWidth;
+    tSrc.m_iHeight = _tSrc.m_iHeight;
+    tSrc.m_iChannels = 3;
+    tSrc.m_iStride = _tSrc.m_iWidth * 3;
+    fisheye::STRUCT_Image tDst;
+    tDst.m_pData = _tDst.m_vecRgb.data();
+    tDst.m_iWidth = _tDst.m_iWidth;
+    tDst.m_iHeight = _tDst.m_iHeight;
+    tDst.m_iChannels = 3;
+    tDst.m_iStride = _tDst.m_iWidth * 3;
+    table.Apply(tSrc, tDst);
+}
+
 std::unique_ptr<CLS_ViewRenderer> CreateViewRenderer(int) {
-    return std::make_unique<CLS_CopyRenderer>();
+    return std::make_unique<CLS_DewarpRenderer>();
 }
 
 } // namespace korvane

@@ -33,8 +33,9 @@ enum n_ViewKind : int {
 };
 
 // What a renderer needs to know of one view, rebuilt by the engine for every picture (see
-// MakeViewParams in ViewParamsBuilder.h). Positions and areas are 0 to 10000 of the source
-// picture's width and height.
+// MakeViewParams in ViewParamsBuilder.h). The area is 0 to 10000 of the source picture's width and
+// height; the PTZ position is 0 to 10000 of the fisheye circle's bounding box (the area), as the
+// correction algorithm gives it.
 struct ViewParams {
     int m_iKind = n_ViewKind_Source; // the set-up record's int at byte 8; the main window is a source view
     int m_iMountMode = 0;            // mounting mode, the set-up record's int at byte 4
@@ -64,7 +65,21 @@ public:
     void Render(const Frame& _tSrc, const ViewParams& _tParams, Surface& _tDst) override;
 };
 
-// The renderer that the engine gives a new view of kind _iKind.
+// The dewarping renderer: every kind computed from the shared fisheye geometry through a remap
+// table that is rebuilt only when the view's parameters or the sizes change; bilinear, spread over
+// the cores (backends/engine/dewarp).
+class CLS_DewarpRenderer : public CLS_ViewRenderer {
+public:
+    CLS_DewarpRenderer();
+    ~CLS_DewarpRenderer() override;
+    void Render(const Frame& _tSrc, const ViewParams& _tParams, Surface& _tDst) override;
+
+private:
+    struct STRUCT_Table;
+    std::unique_ptr<STRUCT_Table> m_pTable;
+};
+
+// The renderer that the engine gives a new view of kind _iKind: the dewarping one.
 std::unique_ptr<CLS_ViewRenderer> CreateViewRenderer(int _iKind);
 
 } // namespace korvane
