@@ -17,8 +17,8 @@ set_tests_properties(engine.unit PROPERTIES LABELS "unit" WORKING_DIRECTORY ${CM
 fishplayer_sanitizer_environment(engine.unit)
 
 fishplayer_client_test(test_engine_e2e ${FISHPLAYER_ENGINE_TESTS_DIR}/test_engine_e2e.cpp)
-target_include_directories(test_engine_e2e PRIVATE ${PROJECT_SOURCE_DIR}/tests/facade)
-target_link_libraries(test_engine_e2e PRIVATE korvane_test_streams)
+target_include_directories(test_engine_e2e PRIVATE ${PROJECT_SOURCE_DIR}/tests/facade ${PROJECT_SOURCE_DIR}/backends/engine)
+target_link_libraries(test_engine_e2e PRIVATE korvane_test_streams fishplayer_dewarp)
 add_dependencies(test_engine_e2e korvane zeb_algo_fcu)
 add_test(NAME engine.e2e COMMAND test_engine_e2e)
 set_tests_properties(engine.e2e PROPERTIES

@@ -2,10 +2,13 @@
 // CLS_FishPlayer as a client does: from the stream header to pictures in the views' surfaces.
 #include "FacadeTest.h"
 #include "StreamMaker.h"
+#include "dewarp/Dewarp.h"
 
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstring>
 #include <thread>
 #include <vector>
@@ -200,4 +203,88 @@ TEST_F(EngineEndToEnd, APtzMoveChangesTheRecordTheEngineHolds) {
     // The engine's own bytes are carried through unchanged.
     for (size_t uOffset : {0u, 4u, 20u, 24u, 28u})
         EXPECT_EQ(PtzRecord(iPtz).Int(uOffset), tBefore.Int(uOffset)) << uOffset;
+}
+
+namespace {
+
+double Psnr(const std::vector<unsigned char>& _vecA, const std::vector<unsigned char>& _vecB) {
+    double dSum = 0.0;
+    for (size_t i = 0; i < _vecA.size() && i < _vecB.size(); ++i) {
+        const double dDiff = static_cast<double>(_vecA[i]) - _vecB[i];
+        dSum += dDiff * dDiff;
+    }
+    const double dMse = dSum / static_cast<double>(std::max<size_t>(_vecA.size(), 1));
+    return dMse == 0.0 ? 99.0 : 10.0 * std::log10(255.0 * 255.0 / dMse);
+}
+
+} // namespace
+
+TEST_F(EngineEndToEnd, APtzMoveChangesTheRenderedPictureAsTheGeometryPredicts) {
+    const std::vector<std::uint8_t> vecStream =
+        MakeStream("libx264", WIDTH, HEIGHT, FRAMES, Disc{160, 120, 100});
+    ASSERT_FALSE(vecStream.empty());
+    constexpr int VIEW_W = 96;
+    constexpr int VIEW_H = 64;
+    void* hMain = Surface(WIDTH, HEIGHT);
+    void* hPtz = Surface(VIEW_W, VIEW_H);
+    StreamHeader tHeader{{12, WIDTH, HEIGHT}};
+    QMap<int, QVector<int>> qmapIds;
+    ASSERT_EQ(m_pFish->FishPlayer_CreatePlayerFromStream(m_tParam, hMain, {{CORRECT_TYPE_PTZ, {hPtz}}}, 0,
+                                                         reinterpret_cast<unsigned char*>(&tHeader), 12,
+                                                         &m_iId, qmapIds, false, m_tTLDSet,
+                                                         {0, n_DrawType_Rect}),
+              0);
+    const int iPtz = qmapIds[CORRECT_TYPE_PTZ][0];
+
+    // Feeds the whole stream and waits until the main window and the view show the same, last
+    // decodable picture (the engine renders both from each picture; the last one waits for more).
+    auto feedAndSettle = [&](int _iRenderedBefore) {
+        for (size_t i = 0; i < vecStream.size(); i += 1000)
+            m_pFish->FishPlayer_PutStreamToPlayer(
+                m_iId, 0, const_cast<unsigned char*>(vecStream.data()) + i,
+                static_cast<int>(std::min<size_t>(1000, vecStream.size() - i)));
+        int iLast = -1;
+        return WaitFor([&] {
+            const int iMain = Rendered(hMain, WIDTH, HEIGHT);
+            const int iView = Rendered(hPtz, VIEW_W, VIEW_H);
+            const bool blSettled = iMain == iView && iMain >= _iRenderedBefore + FRAMES - 1 && iMain == iLast;
+            iLast = iMain;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            return blSettled;
+        });
+    };
+    auto read = [&](void* _hSurface, int _iWidth, int _iHeight) {
+        std::vector<unsigned char> vecRgb(static_cast<size_t>(_iWidth) * _iHeight * 3);
+        m_tEngine.m_pfReadSurface(_hSurface, vecRgb.data(), static_cast<int>(vecRgb.size()));
+        return vecRgb;
+    };
+    ASSERT_TRUE(feedAndSettle(0));
+    const std::vector<unsigned char> vecBefore = read(hPtz, VIEW_W, VIEW_H);
+
+    ASSERT_GE(m_pFish->FishPlayer_PTZCtl(m_iId, 0, {1500, 800, 0}, n_PTZCtlCmd_Right), 0);
+    ASSERT_TRUE(feedAndSettle(Rendered(hMain, WIDTH, HEIGHT)));
+    const std::vector<unsigned char> vecSource = read(hMain, WIDTH, HEIGHT);
+    const std::vector<unsigned char> vecAfter = read(hPtz, VIEW_W, VIEW_H);
+
+    // The view the geometry predicts for the position and zoom the engine now holds, computed from
+    // the picture the main window shows (the whole picture is the fisheye area here: correction was
+    // switched on before any area arrived).
+    const Bytes32 tRecord = PtzRecord(iPtz);
+    fisheye::STRUCT_ViewParams tView;
+    tView.m_eKind = fisheye::n_ViewKind::Ptz;
+    tView.m_eMount = fisheye::n_Mount::Ceiling; // mounting mode 2
+    tView.m_iPtzX = tRecord.Int(8);
+    tView.m_iPtzY = tRecord.Int(12);
+    tView.m_iPtzZoom = tRecord.Int(16);
+    tView.m_iWidth = VIEW_W;
+    tView.m_iHeight = VIEW_H;
+    fisheye::CLS_RemapTable table;
+    ASSERT_TRUE(table.Update(tView, WIDTH, HEIGHT));
+    std::vector<unsigned char> vecPredicted(vecAfter.size());
+    fisheye::STRUCT_Image tSrc{const_cast<unsigned char*>(vecSource.data()), WIDTH, HEIGHT, 3, WIDTH * 3};
+    fisheye::STRUCT_Image tDst{vecPredicted.data(), VIEW_W, VIEW_H, 3, VIEW_W * 3};
+    ASSERT_TRUE(table.Apply(tSrc, tDst, 1));
+
+    EXPECT_GE(Psnr(vecPredicted, vecAfter), 40.0);
+    EXPECT_LT(Psnr(vecBefore, vecAfter), Psnr(vecPredicted, vecAfter) - 10.0) << "the view did not move";
 }
