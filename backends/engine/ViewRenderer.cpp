@@ -76,8 +76,8 @@ void CLS_DewarpRenderer::Render(const Frame& _tSrc, const ViewParams& _tParams, 
     fisheye::STRUCT_ViewParams tView;
     tView.m_eKind = DewarpKind(_tParams.m_iKind);
     tView.m_eMount = DewarpMount(_tParams.m_iMountMode);
-    tView.m_tArea = {_tParams.m_iAreaLeft / 10000.0, _tParams.m_iAreaRight / 10000.0, _tParams.m_iAreaTop / 10000.0,
-                     _tParams.m_iAreaBottom / 10000.0};
+    tView.m_tArea = {_tParams.m_iAreaLeft / 10000.0, _tParams.m_iAreaRight / 10000.0,
+                     _tParams.m_iAreaTop / 10000.0, _tParams.m_iAreaBottom / 10000.0};
     tView.m_iPtzX = _tParams.m_iPtzX;
     tView.m_iPtzY = _tParams.m_iPtzY;
     tView.m_iPtzZoom = _tParams.m_iPtzZoom;
