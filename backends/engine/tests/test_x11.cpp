@@ -4,6 +4,7 @@
 #include <xcb/xcb.h>
 
 #include <csignal>
+#include <poll.h>
 #include <cstdlib>
 #include <spawn.h>
 #include <string>
@@ -19,25 +20,34 @@ pid_t g_iServer = -1;
 class EngineX11 : public EngineTest {
 protected:
     static void SetUpTestSuite() {
-        const std::string strDisplay = ":" + std::to_string(100 + getpid() % 800);
-        const char* apcArgs[] = {"Xvfb",       strDisplay.c_str(), "-screen", "0",
-                                 "320x240x24", "-nolisten",        "tcp",     nullptr};
+        // The server picks a free display itself and writes its number to a pipe (-displayfd), so
+        // that tests running at the same time, or a server left over, cannot collide with it.
+        int aiPipe[2] = {-1, -1};
+        if (pipe(aiPipe) != 0)
+            return;
+        const std::string strFd = std::to_string(aiPipe[1]);
+        const char* apcArgs[] = {"Xvfb",       "-displayfd", strFd.c_str(), "-screen", "0",
+                                 "320x240x24", "-nolisten",  "tcp",         nullptr};
         if (posix_spawnp(&g_iServer, "Xvfb", nullptr, nullptr, const_cast<char* const*>(apcArgs), environ) !=
             0) {
             g_iServer = -1;
+            close(aiPipe[0]);
+            close(aiPipe[1]);
             return;
         }
-        setenv("DISPLAY", strDisplay.c_str(), 1);
-        // Wait (at most ten seconds) for the server to accept connections.
-        for (int i = 0; i < 200; ++i) {
-            xcb_connection_t* pXcb = xcb_connect(nullptr, nullptr);
-            const bool blUp = !xcb_connection_has_error(pXcb);
-            xcb_disconnect(pXcb);
-            if (blUp)
-                return;
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        close(aiPipe[1]);
+        // The display number arrives once the server accepts connections (at most twenty seconds).
+        std::string strNumber;
+        pollfd tPoll{aiPipe[0], POLLIN, 0};
+        char c = 0;
+        while (poll(&tPoll, 1, 20000) > 0 && read(aiPipe[0], &c, 1) == 1 && c != '\n')
+            strNumber += c;
+        close(aiPipe[0]);
+        if (strNumber.empty()) {
+            TearDownTestSuite();
+            return;
         }
-        TearDownTestSuite();
+        setenv("DISPLAY", (":" + strNumber).c_str(), 1);
     }
 
     static void TearDownTestSuite() {
