@@ -259,8 +259,9 @@ int CreatePlayer(const QMap<int, QVector<void*>>& _qmapWindows, n_DrawType _eTyp
     return iId;
 }
 
-// Runs one benchmark: _op(k) performs operation k of a cycle of _iOps (facade), or the fake calls
-// that one cycle made are replayed (bare). _blBare selects which is timed.
+// Runs one benchmark: _op(k) performs operation k of a cycle of _iOps (range(0) == 0), or the fake
+// calls that one cycle made are replayed (range(0) == 1): the engine's calls, then the algorithm's
+// (the two journals are kept apart; the order does not change what the calls cost).
 void Run(benchmark::State& _state, int _iOps, const std::function<void(int)>& _op) {
     const bool blBare = _state.range(0) != 0;
     // Settle (first moves may stick at a limit), then record one cycle.
