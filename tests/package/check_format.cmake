@@ -5,7 +5,7 @@ file(GLOB_RECURSE sources
     ${SOURCE_DIR}/common/*.h ${SOURCE_DIR}/common/*.cpp ${SOURCE_DIR}/mainplayer/*.h ${SOURCE_DIR}/mainplayer/*.cpp
     ${SOURCE_DIR}/subplayers/*.h ${SOURCE_DIR}/subplayers/*.cpp ${SOURCE_DIR}/backends/*.h ${SOURCE_DIR}/backends/*.cpp
     ${SOURCE_DIR}/tests/*.h ${SOURCE_DIR}/tests/*.cpp ${SOURCE_DIR}/fuzz/*.h ${SOURCE_DIR}/fuzz/*.cpp
-    ${SOURCE_DIR}/examples/*.cpp)
+    ${SOURCE_DIR}/examples/*.cpp ${SOURCE_DIR}/bench/*.cpp)
 execute_process(COMMAND ${CLANG_FORMAT} --dry-run --Werror ${sources} RESULT_VARIABLE rc ERROR_VARIABLE err)
 if(NOT rc EQUAL 0)
     message(FATAL_ERROR "files not formatted (run clang-format -i on them):\n${err}")

@@ -70,13 +70,17 @@ void RemapRows(const std::vector<STRUCT_RemapEntry>& _vecEntries, const STRUCT_I
             const std::size_t uDown = (pEntry->m_uFlags & CLS_RemapTable::STEP_Y) ? uStride : 0;
             const std::uint8_t* p10 = p00 + uDown;
             const std::uint8_t* p11 = p01 + uDown;
+            // The four weights once per pixel (they sum to 65536): the same sums as interpolating
+            // along x and then y, with fewer products per channel.
             const unsigned uFx = pEntry->m_uFracX;
             const unsigned uFy = pEntry->m_uFracY;
-            for (int c = 0; c < CHANNELS; ++c) {
-                const unsigned uTop = p00[c] * (256u - uFx) + p01[c] * uFx;
-                const unsigned uBottom = p10[c] * (256u - uFx) + p11[c] * uFx;
-                pOut[c] = static_cast<std::uint8_t>((uTop * (256u - uFy) + uBottom * uFy + 32768u) >> 16);
-            }
+            const unsigned uW11 = uFx * uFy;
+            const unsigned uW01 = (uFx << 8) - uW11;
+            const unsigned uW10 = (uFy << 8) - uW11;
+            const unsigned uW00 = 65536u - uW01 - uW10 - uW11;
+            for (int c = 0; c < CHANNELS; ++c)
+                pOut[c] = static_cast<std::uint8_t>(
+                    (p00[c] * uW00 + p01[c] * uW01 + p10[c] * uW10 + p11[c] * uW11 + 32768u) >> 16);
         }
     }
 }
