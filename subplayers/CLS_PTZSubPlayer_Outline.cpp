@@ -12,6 +12,7 @@
 #include <QWriteLocker>
 
 #include <algorithm>
+#include <cstdint>
 #include <vector>
 
 namespace {
@@ -165,10 +166,18 @@ int CLS_PTZSubPlayer::BuildFecOutline(const STRUCT_FcuViewParam& _tRequest) {
     }
     // The buffer has room for FCU_MAX_LINES entries; a larger count is not read beyond it.
     const int iLines = std::min(tLines.iLineNum, FCU_MAX_LINES);
+    // Points are read only inside the block handed over: a line that points elsewhere, or runs past
+    // the block's end, is cut there (the algorithm promises to stay inside it).
+    const std::uintptr_t uBlockBegin = reinterpret_cast<std::uintptr_t>(vecBlock.data());
+    const std::uintptr_t uBlockEnd = uBlockBegin + vecBlock.size() * sizeof(STRUCT_FcuPoint);
     for (int i = 0; i < iLines; ++i) {
         const STRUCT_FcuLine& tLine = tLines.m_atLines[i];
-        const int iCount =
-            nullptr == tLine.m_pPoints ? 0 : std::min(tLine.m_iPointNum, FCU_MAX_POINTS_PER_LINE);
+        const std::uintptr_t uPoints = reinterpret_cast<std::uintptr_t>(tLine.m_pPoints);
+        const bool blInBlock = uPoints >= uBlockBegin && uPoints < uBlockEnd &&
+                               (uPoints - uBlockBegin) % sizeof(STRUCT_FcuPoint) == 0;
+        const std::int64_t llRoom = blInBlock ? (uBlockEnd - uPoints) / sizeof(STRUCT_FcuPoint) : 0;
+        const int iCount = static_cast<int>(
+            std::min<std::int64_t>(std::min(tLine.m_iPointNum, FCU_MAX_POINTS_PER_LINE), llRoom));
         QVector<STRUCT_DrawPoint> qvecLine;
         qvecLine.reserve(std::max(iCount, 0));
         for (int k = 0; k < iCount; ++k)

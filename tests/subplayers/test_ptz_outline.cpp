@@ -207,6 +207,28 @@ TEST_F(PTZOutline, LongPolylineIsCutAndTheWholeBlockIsUsable) {
     EXPECT_EQ(outline[15].back(), std::make_pair(0.75f, 1.0f)); // the block's last point
 }
 
+// An algorithm that claims more points than its block holds: the lines that lie past the block's
+// end are taken as empty and a line that runs over it is cut at it, so nothing is read outside.
+TEST_F(PTZOutline, PointsClaimedBeyondTheBlockAreNotRead) {
+    // 15 lines of 2500 points and one of 1500 reach point 39000; the next line claims 2500 points
+    // of which only 1000 fit, and the last one starts at the block's end.
+    std::vector<Polyline> vecLines(15, Polyline(2500, {0.25f, 0.5f}));
+    vecLines.push_back(Polyline(1500, {0.75f, 0.5f}));
+    vecLines.push_back(Polyline(2500, {0.5f, 0.25f}));
+    vecLines.push_back(Polyline(10, {0.5f, 0.5f}));
+    FakeAlgo()->SetLines(vecLines);
+    ExposedPTZ view;
+    void* pHandle = Handle();
+    const STRUCT_CorrectSetup tSetup = ViewSetup(1, CORRECT_TYPE_PTZ, 5000, 5000);
+    EXPECT_EQ(view.InitPTZDraw(pHandle, &tSetup, n_DrawType_Fec), 0);
+    const std::vector<Polyline> outline = Outline(view);
+    ASSERT_EQ(outline.size(), 18u);
+    EXPECT_EQ(outline[15].size(), 1500u);
+    ASSERT_EQ(outline[16].size(), 1000u); // cut at the block's end
+    EXPECT_EQ(outline[16].back(), std::make_pair(0.5f, 0.25f));
+    EXPECT_EQ(outline[17].size(), 0u); // starts at the block's end
+}
+
 TEST_F(PTZOutline, LineCountBeyondTheBufferIsNotReadBeyondIt) {
     FakeAlgo()->SetLines(std::vector<Polyline>(22, Polyline{{0.5f, 0.5f}}));
     FakeAlgo()->SetLineNumOverride(30);
