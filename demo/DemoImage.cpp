@@ -193,7 +193,7 @@ QByteArray DemoImage::ToPng() const {
             qbaRaw.append(static_cast<char>(y == 0 ? pRow[i] : pRow[i] - pRow[i - iRowBytes]));
     }
     // qCompress writes the length in 4 bytes, then a zlib stream: the stream is what IDAT holds.
-    AppendChunk(qbaPng, "IDAT", qCompress(qbaRaw, 9).mid(4));
+    AppendChunk(qbaPng, "IDAT", qCompress(qbaRaw, 6).mid(4));
     AppendChunk(qbaPng, "IEND", QByteArray());
     return qbaPng;
 }

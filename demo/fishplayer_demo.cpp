@@ -2,7 +2,7 @@
 // open engine, steers the views with a scripted sequence of PTZ commands, drags and zooms, and
 // writes one PNG per view at each checkpoint plus a contact sheet of all views.
 //
-//   fishplayer_demo [VIDEO] [--out DIR] [--size WxH] [--mount N] [--sheet-width N]
+//   fishplayer_demo [VIDEO] [--out DIR] [--size WxH] [--mount N] [--sheet-width N] [--scale F]
 //
 // VIDEO is an elementary stream (H.264, H.265 or MJPEG); it defaults to the sample clip
 // build/samples/fisheye_1920.h264 (scripts/make-sample.sh writes it). Run it where the loader
@@ -12,6 +12,7 @@
 #include <CLS_FishPlayer.h>
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QMap>
@@ -23,8 +24,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <functional>
+#include <limits>
 #include <thread>
 
 namespace {
@@ -80,6 +83,9 @@ FishDrawData LatestOverlay(int* _piCount = nullptr) {
 }
 
 // The colours of the four PTZ views: their outlines on the fisheye view and their tiles' frames.
+// The views, in the order the demo creates them.
+enum { VIEW_SOURCE, VIEW_FISHEYE, VIEW_360, VIEW_180, VIEW_LAT, VIEW_PTZ0 };
+
 const DemoColor PTZ_COLORS[] = {{255, 64, 64}, {64, 220, 64}, {80, 140, 255}, {255, 210, 40}};
 constexpr int PTZ_VIEWS = 4;
 
@@ -102,17 +108,20 @@ struct Options {
     int m_iHeight = 0;
     int m_iMount = 1;
     int m_iSheetWidth = 1280;
+    double m_dScale = 1.0;
 };
 
 void Usage() {
     std::fprintf(stderr,
                  "usage: fishplayer_demo [VIDEO] [--out DIR] [--size WxH] [--mount N] [--sheet-width N]\n"
+                 "                       [--scale F]\n"
                  "  VIDEO          fisheye elementary stream (default build/samples/fisheye_1920.h264)\n"
                  "  --out DIR      where the pictures go (default ./fishplayer-demo)\n"
                  "  --size WxH     picture size for the stream header (default: from the file name, NNNN\n"
                  "                 in \"_NNNN.\" meaning NNNN x NNNN, else 1920x1920)\n"
                  "  --mount N      mounting mode: 1 wall, 2 ceiling, 3 floor (default 1)\n"
-                 "  --sheet-width  width of the contact sheet in pixels (default 1280)\n");
+                 "  --sheet-width  width of the contact sheet in pixels (default 1280)\n"
+                 "  --scale F      size of the views, 0.1 to 4 times the default (default 1)\n");
 }
 
 bool ParseOptions(int _iArgc, char** _ppcArgv, Options& _tOptions) {
@@ -135,6 +144,9 @@ bool ParseOptions(int _iArgc, char** _ppcArgv, Options& _tOptions) {
         } else if (qstrArg == QLatin1String("--sheet-width") && blHasValue) {
             _tOptions.m_iSheetWidth = qlistArgs[++i].toInt(&blOk);
             blOk = blOk && _tOptions.m_iSheetWidth >= 320 && _tOptions.m_iSheetWidth <= 8192;
+        } else if (qstrArg == QLatin1String("--scale") && blHasValue) {
+            _tOptions.m_dScale = qlistArgs[++i].toDouble(&blOk);
+            blOk = blOk && _tOptions.m_dScale >= 0.1 && _tOptions.m_dScale <= 4.0;
         } else if (qstrArg == QLatin1String("--size") && blHasValue) {
             const QStringList qlistSize = qlistArgs[++i].split(QLatin1Char('x'));
             bool blOkH = false;
@@ -252,6 +264,57 @@ DemoImage ContactSheet(const QVector<View>& _vecViews, int _iSheetWidth, QString
     return tSheet;
 }
 
+// Where each picture of an elementary stream starts: the start code of the first slice of an
+// H.264 or H.265 picture, or a JPEG start of image. Empty for anything else.
+QVector<qint64> PictureStarts(const QByteArray& _qbaStream) {
+    QVector<qint64> vecStarts;
+    const auto* p = reinterpret_cast<const std::uint8_t*>(_qbaStream.constData());
+    const qint64 llSize = _qbaStream.size();
+    if (llSize >= 2 && p[0] == 0xff && p[1] == 0xd8) {
+        for (qint64 i = 0; i + 2 < llSize; ++i)
+            if (p[i] == 0xff && p[i + 1] == 0xd8 && p[i + 2] == 0xff)
+                vecStarts.append(i);
+        return vecStarts;
+    }
+    // Annex B: decide H.264 or H.265 by the first unit (a parameter set or a slice).
+    int iCodec = 0;          // 264 or 265
+    qint64 llUnitStart = -1; // where the start code of the pending picture's first unit began
+    for (qint64 i = 0; i + 4 < llSize; ++i) {
+        if (p[i] != 0 || p[i + 1] != 0 || p[i + 2] != 1)
+            continue;
+        const qint64 llCode = (i > 0 && p[i - 1] == 0) ? i - 1 : i;
+        const std::uint8_t ucHeader = p[i + 3];
+        if (iCodec == 0) {
+            const int iType264 = ucHeader & 0x1f;
+            const int iType265 = (ucHeader >> 1) & 0x3f;
+            iCodec = (iType264 == 7 || iType264 == 9 || iType264 == 5 || iType264 == 1) &&
+                             !(ucHeader & 0x80) && !(iType265 >= 32 && iType265 <= 35)
+                         ? 264
+                         : 265;
+        }
+        // Parameter sets and delimiters belong to the picture that follows them.
+        bool blPicture = false;
+        bool blPrefix = false;
+        if (iCodec == 264) {
+            const int iType = ucHeader & 0x1f;
+            blPicture = (iType == 1 || iType == 5) && (p[i + 4] & 0x80); // first_mb_in_slice == 0
+            blPrefix = iType == 6 || iType == 7 || iType == 8 || iType == 9;
+        } else if (i + 5 < llSize) {
+            const int iType = (ucHeader >> 1) & 0x3f;
+            blPicture = iType < 32 && (p[i + 5] & 0x80); // first_slice_segment_in_pic_flag
+            blPrefix = iType >= 32 && iType <= 39;
+        }
+        if (blPrefix && llUnitStart < 0)
+            llUnitStart = llCode;
+        if (blPicture) {
+            vecStarts.append(llUnitStart >= 0 ? llUnitStart : llCode);
+            llUnitStart = -1;
+        }
+        i += 2;
+    }
+    return vecStarts;
+}
+
 class Demo {
 public:
     explicit Demo(const Options& _tOptions) : m_tOptions(_tOptions) {}
@@ -269,10 +332,19 @@ public:
 
 private:
     bool CreatePlayer();
-    bool Feed(int _iStep, qint64 _llFrom, qint64 _llTo);
-    void Settle();
+    long long DecodedPictures() const;
+    bool WaitForArea() const {
+        const auto tDeadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        while (!m_pFish->GetIsInitUserData(m_iId) && std::chrono::steady_clock::now() < tDeadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        return m_pFish->GetIsInitUserData(m_iId);
+    }
+    bool Feed(int _iStep, qint64 _llTo);
+    void Settle(bool _blExpectPictures, long long _llPictures);
     bool Snapshot(int _iStep, const QString& _qstrStepName);
     DemoImage ReadSurface(void* _hSurface, int _iWidth, int _iHeight, int* _piRendered = nullptr) const;
+    // _iPixels at the chosen scale.
+    int Px(int _iPixels) const { return static_cast<int>(std::lround(_iPixels * m_tOptions.m_dScale)); }
     int RenderedCount(const View& _tView) const {
         int iRendered = 0;
         ReadSurface(_tView.m_hSurface, _tView.m_iWidth, _tView.m_iHeight, &iRendered);
@@ -289,13 +361,15 @@ private:
     QVector<View> m_vecViews;
     int m_iId = -1;
     int m_iSteps = 0;
+    qint64 m_llFed = 0;
+    QElapsedTimer m_qtimerRun;
 };
 
 bool Demo::CreatePlayer() {
     // The main window shows the source picture; the library opens no engine correction for the
     // source and whole-fisheye views, so the demo renders those two from it.
-    m_iMainWidth = 640;
-    m_iMainHeight = std::max(1, 640 * m_tOptions.m_iHeight / m_tOptions.m_iWidth);
+    m_iMainWidth = Px(640);
+    m_iMainHeight = std::max(1, m_iMainWidth * m_tOptions.m_iHeight / m_tOptions.m_iWidth);
     m_hMain = m_tEngine.m_pfCreateSurface(m_iMainWidth, m_iMainHeight);
 
     auto AddView = [this](const char* _pcName, int _iType, int _iWidth, int _iHeight, int _iPtzIndex = -1) {
@@ -303,9 +377,9 @@ bool Demo::CreatePlayer() {
         tView.m_qstrName = QString::fromLatin1(_pcName);
         tView.m_iType = _iType;
         tView.m_iPtzIndex = _iPtzIndex;
-        tView.m_iWidth = _iWidth;
-        tView.m_iHeight = _iHeight;
-        tView.m_hSurface = m_tEngine.m_pfCreateSurface(_iWidth, _iHeight);
+        tView.m_iWidth = Px(_iWidth);
+        tView.m_iHeight = Px(_iHeight);
+        tView.m_hSurface = m_tEngine.m_pfCreateSurface(tView.m_iWidth, tView.m_iHeight);
         tView.m_blEngineRendered = _iType != 0 && _iType != CORRECT_TYPE_FISHEYE;
         m_vecViews.append(tView);
     };
@@ -349,13 +423,21 @@ bool Demo::CreatePlayer() {
     return true;
 }
 
-bool Demo::Feed(int _iStep, qint64 _llFrom, qint64 _llTo) {
+long long Demo::DecodedPictures() const {
+    VideoParam tVideo;
+    m_tEngine.m_pfGetVideoParam(m_iId, &tVideo, sizeof(tVideo));
+    return tVideo.m_llFrames;
+}
+
+// Feeds the stream up to byte _llTo.
+bool Demo::Feed(int _iStep, qint64 _llTo) {
     constexpr qint64 CHUNK = 64 * 1024;
-    auto tLastReport = std::chrono::steady_clock::now();
-    for (qint64 llPos = _llFrom; llPos < _llTo;) {
-        const int iSize = static_cast<int>(std::min(CHUNK, _llTo - llPos));
+    const qint64 llTotal = m_qbaStream.size();
+    auto tLastReport = std::chrono::steady_clock::now() - std::chrono::seconds(1);
+    while (m_llFed < _llTo) {
+        const int iSize = static_cast<int>(std::min(CHUNK, _llTo - m_llFed));
         const int iRet = m_pFish->FishPlayer_PutStreamToPlayer(
-            m_iId, 0, reinterpret_cast<unsigned char*>(m_qbaStream.data()) + llPos, iSize);
+            m_iId, 0, reinterpret_cast<unsigned char*>(m_qbaStream.data()) + m_llFed, iSize);
         if (iRet == -3) { // the engine's queue is full: let it decode
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
             continue;
@@ -364,16 +446,13 @@ bool Demo::Feed(int _iStep, qint64 _llFrom, qint64 _llTo) {
             std::fprintf(stderr, "\nfishplayer_demo: feeding the stream failed: %d\n", iRet);
             return false;
         }
-        llPos += iSize;
+        m_llFed += iSize;
         const auto tNow = std::chrono::steady_clock::now();
-        if (tNow - tLastReport > std::chrono::milliseconds(500) || llPos == _llTo) {
+        if (tNow - tLastReport > std::chrono::milliseconds(500) || m_llFed == _llTo) {
             tLastReport = tNow;
-            VideoParam tVideo;
-            m_tEngine.m_pfGetVideoParam(m_iId, &tVideo, sizeof(tVideo));
             std::printf("\r[%d/%d] fed %.1f of %.1f MB (%3d%%), %lld pictures decoded", _iStep + 1, m_iSteps,
-                        llPos / 1048576.0, m_qbaStream.size() / 1048576.0,
-                        static_cast<int>(100 * llPos / std::max<qint64>(1, m_qbaStream.size())),
-                        tVideo.m_llFrames);
+                        m_llFed / 1048576.0, llTotal / 1048576.0,
+                        static_cast<int>(100 * m_llFed / std::max<qint64>(1, llTotal)), DecodedPictures());
             std::fflush(stdout);
         }
     }
@@ -382,23 +461,23 @@ bool Demo::Feed(int _iStep, qint64 _llFrom, qint64 _llTo) {
 
 // Waits until the engine has decoded what it was given (the count of pictures stays put) and
 // every view it renders has shown a picture since the last steering step.
-void Demo::Settle() {
+void Demo::Settle(bool _blExpectPictures, long long _llPictures) {
     const auto tDeadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     long long llLastFrames = -1;
     auto tStable = std::chrono::steady_clock::now();
     while (std::chrono::steady_clock::now() < tDeadline) {
-        VideoParam tVideo;
-        m_tEngine.m_pfGetVideoParam(m_iId, &tVideo, sizeof(tVideo));
+        const long long llFrames = DecodedPictures();
         const auto tNow = std::chrono::steady_clock::now();
-        if (tVideo.m_llFrames != llLastFrames) {
-            llLastFrames = tVideo.m_llFrames;
+        if (llFrames != llLastFrames) {
+            llLastFrames = llFrames;
             tStable = tNow;
         }
         bool blAllRendered = true;
         for (const View& tView : m_vecViews)
-            if (tView.m_blEngineRendered && RenderedCount(tView) <= tView.m_iRenderedAtStep)
+            if (_blExpectPictures && tView.m_blEngineRendered &&
+                RenderedCount(tView) <= tView.m_iRenderedAtStep)
                 blAllRendered = false;
-        if (blAllRendered && tNow - tStable > std::chrono::milliseconds(300))
+        if (blAllRendered && (llFrames >= _llPictures || tNow - tStable > std::chrono::milliseconds(300)))
             return;
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
@@ -450,8 +529,9 @@ bool Demo::Snapshot(int _iStep, const QString& _qstrStepName) {
         std::fprintf(stderr, "fishplayer_demo: cannot write the contact sheet\n");
         return false;
     }
-    std::printf("\n[%d/%d] %-12s %d PTZ outlines -> %s\n", _iStep + 1, m_iSteps, qPrintable(_qstrStepName),
-                static_cast<int>(overlay.size()), qPrintable(qstrDir));
+    std::printf("\n[%d/%d] %-12s %d PTZ outlines -> %s (%.1f s)\n", _iStep + 1, m_iSteps,
+                qPrintable(_qstrStepName), static_cast<int>(overlay.size()), qPrintable(qstrDir),
+                m_qtimerRun.elapsed() / 1000.0);
     return true;
 }
 
@@ -468,6 +548,7 @@ int Demo::Run() {
         std::fprintf(stderr, "fishplayer_demo: %s is empty\n", qPrintable(m_tOptions.m_qstrVideo));
         return 1;
     }
+    m_qtimerRun.start();
     m_pFish = CLS_FishPlayer::GetInstance();
     if (!m_tEngine.Resolve()) {
         std::fprintf(stderr,
@@ -479,8 +560,11 @@ int Demo::Run() {
         return 1;
 
     // The scripted session: each step steers the views, then the next part of the stream plays.
-    const STRUCT_FishWindowRect tPtzRect{400, 300};
-    const STRUCT_FishWindowRect tFisheyeRect{480, 480};
+    // Gestures are given in pixels of the views at scale 1 and scaled with them.
+    auto Rect = [this](int _iView) {
+        return STRUCT_FishWindowRect{m_vecViews[_iView].m_iWidth, m_vecViews[_iView].m_iHeight};
+    };
+    auto Pt = [this](int _iX, int _iY, int _iZ = 0) { return STRUCT_CtlParam{Px(_iX), Px(_iY), _iZ}; };
     const struct Step {
         const char* m_pcName;
         std::function<void()> m_fnApply;
@@ -497,18 +581,21 @@ int Demo::Run() {
          [&] {
              // Mouse drags: inside PTZ view 0, of PTZ view 1's outline on the fisheye view, and
              // along both panoramas.
-             m_pFish->FishPlayer_PTZWindowCtl(m_iId, 0, {-80, 40, 0}, n_CtlCmd_Move, tPtzRect);
-             m_pFish->FishPlayer_DrawWindowCtl(m_iId, 1, {300, 240, 340, 180}, n_CtlCmd_Move, tFisheyeRect);
-             m_pFish->FishPlayer_CorrectWindowCtl(m_iId, CORRECT_TYPE_360, {256, 0, 0}, n_CtlCmd_Move,
-                                                  {1024, 256});
-             m_pFish->FishPlayer_CorrectWindowCtl(m_iId, CORRECT_TYPE_180, {-60, 0, 0}, n_CtlCmd_Move,
-                                                  {640, 320});
+             m_pFish->FishPlayer_PTZWindowCtl(m_iId, 0, Pt(-80, 40), n_CtlCmd_Move, Rect(VIEW_PTZ0));
+             m_pFish->FishPlayer_DrawWindowCtl(m_iId, 1, {Px(300), Px(240), Px(340), Px(180)}, n_CtlCmd_Move,
+                                               Rect(VIEW_FISHEYE));
+             m_pFish->FishPlayer_CorrectWindowCtl(m_iId, CORRECT_TYPE_360, Pt(256, 0), n_CtlCmd_Move,
+                                                  Rect(VIEW_360));
+             m_pFish->FishPlayer_CorrectWindowCtl(m_iId, CORRECT_TYPE_180, Pt(-60, 0), n_CtlCmd_Move,
+                                                  Rect(VIEW_180));
          }},
         {"zooms",
          [&] {
              // Wheel zooms in PTZ views 2 and 3, and zoom commands on PTZ view 0.
-             m_pFish->FishPlayer_PTZWindowCtl(m_iId, 2, {200, 150, 120}, n_CtlCmd_Zoom, tPtzRect);
-             m_pFish->FishPlayer_PTZWindowCtl(m_iId, 3, {200, 150, -120}, n_CtlCmd_Zoom, tPtzRect);
+             m_pFish->FishPlayer_PTZWindowCtl(m_iId, 2, Pt(200, 150, 120), n_CtlCmd_Zoom,
+                                              Rect(VIEW_PTZ0 + 2));
+             m_pFish->FishPlayer_PTZWindowCtl(m_iId, 3, Pt(200, 150, -120), n_CtlCmd_Zoom,
+                                              Rect(VIEW_PTZ0 + 3));
              m_pFish->FishPlayer_PTZCtl(m_iId, 0, {0, 0, 4000}, n_PTZCtlCmd_ZoomDec);
          }},
         {"diagonals",
@@ -520,18 +607,30 @@ int Demo::Run() {
          }},
     };
     m_iSteps = static_cast<int>(sizeof(aSteps) / sizeof(aSteps[0]));
+    // Each step plays an equal share of the pictures; its share ends with the first bytes of the
+    // next picture, which let the engine finish the last one (a live stream has no end marker).
+    const QVector<qint64> vecStarts = PictureStarts(m_qbaStream);
     const qint64 llTotal = m_qbaStream.size();
     for (int iStep = 0; iStep < m_iSteps; ++iStep) {
-        if (iStep == 1 && !m_pFish->GetIsInitUserData(m_iId))
+        if (iStep == 1 && !WaitForArea())
             std::printf(
                 "fishplayer_demo: the fisheye area has not arrived yet; the views use the whole picture\n");
         aSteps[iStep].m_fnApply();
         for (View& tView : m_vecViews)
             if (tView.m_blEngineRendered)
                 tView.m_iRenderedAtStep = RenderedCount(tView);
-        if (!Feed(iStep, llTotal * iStep / m_iSteps, llTotal * (iStep + 1) / m_iSteps))
+        qint64 llTo = llTotal * (iStep + 1) / m_iSteps;
+        long long llPictures = 0; // unknown: wait until the engine stops decoding
+        if (vecStarts.size() > m_iSteps) {
+            const int iNext =
+                static_cast<int>(static_cast<qint64>(vecStarts.size()) * (iStep + 1) / m_iSteps);
+            llTo = iNext < vecStarts.size() ? std::min(llTotal, vecStarts[iNext] + 8) : llTotal;
+            llPictures = iNext < vecStarts.size() ? iNext : vecStarts.size() - 1;
+        }
+        const qint64 llFedBefore = m_llFed;
+        if (!Feed(iStep, std::max(llTo, m_llFed)))
             return 1;
-        Settle();
+        Settle(m_llFed > llFedBefore, llPictures > 0 ? llPictures : std::numeric_limits<long long>::max());
         if (!Snapshot(iStep, QString::fromLatin1(aSteps[iStep].m_pcName)))
             return 1;
     }
@@ -547,6 +646,8 @@ int Demo::Run() {
 } // namespace
 
 int main(int _iArgc, char** _ppcArgv) {
+    // Progress lines reach a pipe (a CI log, a test) as they are written.
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
     Options tOptions;
     if (!ParseOptions(_iArgc, _ppcArgv, tOptions)) {
         Usage();
