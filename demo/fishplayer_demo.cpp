@@ -16,7 +16,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QMap>
-#include <QMutex>
 #include <QRegularExpression>
 #include <QVector>
 
@@ -28,6 +27,8 @@
 #include <cstdio>
 #include <functional>
 #include <limits>
+#include <mutex>
+#include <vector>
 #include <thread>
 
 namespace {
@@ -63,20 +64,28 @@ struct VideoParam {
     long long m_llFrames = 0;
 };
 
-// Overlays delivered by the library's draw thread; the latest one is kept.
-QMutex g_mutexOverlay;
-FishDrawData g_overlay;
+// Overlays delivered by the library's draw thread: the latest one, copied point by point on that
+// thread so that the demo's thread shares nothing with the library's containers.
+using Outlines = std::vector<std::vector<std::vector<STRUCT_DrawPoint>>>;
+std::mutex g_mutexOverlay;
+Outlines g_overlay;
 int g_iOverlayCount = 0;
 
 int OnOverlay(int, int, QVector<QVector<QVector<STRUCT_DrawPoint>>> _overlay) {
-    QMutexLocker qlocker(&g_mutexOverlay);
-    g_overlay = _overlay;
+    Outlines overlay;
+    for (const QVector<QVector<STRUCT_DrawPoint>>& view : _overlay) {
+        overlay.emplace_back();
+        for (const QVector<STRUCT_DrawPoint>& polyline : view)
+            overlay.back().emplace_back(polyline.cbegin(), polyline.cend());
+    }
+    std::lock_guard<std::mutex> lock(g_mutexOverlay);
+    g_overlay.swap(overlay);
     ++g_iOverlayCount;
     return 0;
 }
 
-FishDrawData LatestOverlay(int* _piCount = nullptr) {
-    QMutexLocker qlocker(&g_mutexOverlay);
+Outlines LatestOverlay(int* _piCount = nullptr) {
+    std::lock_guard<std::mutex> lock(g_mutexOverlay);
     if (_piCount)
         *_piCount = g_iOverlayCount;
     return g_overlay;
@@ -207,12 +216,12 @@ void FindFisheyeArea(const DemoImage& _tPicture, int& _iX, int& _iY, int& _iW, i
 }
 
 // Draws the PTZ views' outlines (points 0 to 1 of the fisheye area) over a whole-fisheye picture.
-void DrawOutlines(DemoImage& _tFisheye, const FishDrawData& _overlay) {
+void DrawOutlines(DemoImage& _tFisheye, const Outlines& _overlay) {
     const int iThickness = std::max(2, _tFisheye.Width() / 160);
-    for (int iView = 0; iView < _overlay.size(); ++iView) {
+    for (size_t iView = 0; iView < _overlay.size(); ++iView) {
         const DemoColor tColor = PTZ_COLORS[iView % PTZ_VIEWS];
-        for (const QVector<STRUCT_DrawPoint>& polyline : _overlay[iView]) {
-            for (int i = 1; i < polyline.size(); ++i)
+        for (const std::vector<STRUCT_DrawPoint>& polyline : _overlay[iView]) {
+            for (size_t i = 1; i < polyline.size(); ++i)
                 _tFisheye.DrawLine(polyline[i - 1].m_fX * _tFisheye.Width(),
                                    polyline[i - 1].m_fY * _tFisheye.Height(),
                                    polyline[i].m_fX * _tFisheye.Width(),
@@ -504,7 +513,7 @@ bool Demo::Snapshot(int _iStep, const QString& _qstrStepName) {
     const DemoImage tMain = ReadSurface(m_hMain, m_iMainWidth, m_iMainHeight);
     int iAreaX = 0, iAreaY = 0, iAreaW = 0, iAreaH = 0;
     FindFisheyeArea(tMain, iAreaX, iAreaY, iAreaW, iAreaH);
-    const FishDrawData overlay = LatestOverlay();
+    const Outlines overlay = LatestOverlay();
     for (View& tView : m_vecViews) {
         if (tView.m_iType == 0) {
             tView.m_tPicture = tMain.Scaled(tView.m_iWidth, tView.m_iHeight);
