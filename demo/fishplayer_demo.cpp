@@ -27,8 +27,8 @@
 #include <functional>
 #include <limits>
 #include <mutex>
-#include <vector>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -132,7 +132,8 @@ bool ParseOptions(int _iArgc, char** _ppcArgv, Options& _tOptions) {
                 _tOptions.m_iWidth = qlistSize[0].toInt(&blOk);
                 _tOptions.m_iHeight = qlistSize[1].toInt(&blOkH);
             }
-            blOk = blOk && blOkH && _tOptions.m_iWidth > 0 && _tOptions.m_iHeight > 0;
+            blOk = blOk && blOkH && _tOptions.m_iWidth >= 16 && _tOptions.m_iHeight >= 16 &&
+                   _tOptions.m_iWidth <= 16384 && _tOptions.m_iHeight <= 16384;
         } else if (!qstrArg.startsWith(QLatin1String("--"))) {
             _tOptions.m_qstrVideo = qstrArg;
         } else {

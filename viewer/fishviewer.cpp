@@ -440,7 +440,8 @@ bool ParseOptions(const QStringList& _qlistArgs, Options& _tOptions) {
         else
             return false;
     }
-    if (_tOptions.m_iWidth <= 0 || _tOptions.m_iHeight <= 0) {
+    if (_tOptions.m_iWidth < 16 || _tOptions.m_iHeight < 16 || _tOptions.m_iWidth > 16384 ||
+        _tOptions.m_iHeight > 16384) {
         const QRegularExpressionMatch qmatch =
             QRegularExpression(QStringLiteral("_(\\d{3,4})\\.")).match(_tOptions.m_qstrVideo);
         _tOptions.m_iWidth = _tOptions.m_iHeight = qmatch.hasMatch() ? qmatch.captured(1).toInt() : 1920;

@@ -1,4 +1,4 @@
-// The viewer used as a person uses it, under Xvfb: it plays the sample clip, PTZ view 0 is
+// The viewer used as a person uses it, under Xvfb: it plays a fisheye clip, PTZ view 0 is
 // dragged and zoomed with the mouse, and screenshots before and after show the view and its
 // outline on the fisheye view moved.
 #include "DemoImage.h"
@@ -33,11 +33,27 @@ double Difference(const DemoImage& _tA, const DemoImage& _tB) {
 TEST(ViewerUnderXvfb, ADragAndAWheelTurnMoveThePtzViewAndItsOutline) {
     QTemporaryDir qDir;
     ASSERT_TRUE(qDir.isValid());
+    // A 320 x 320 fisheye clip of a test scene (colour bars under a grid), four seconds long: the
+    // viewer plays it in a loop.
+    const QString qstrClip = qDir.filePath(QStringLiteral("clip.h264"));
+    QProcess qFfmpeg;
+    qFfmpeg.start(
+        QStringLiteral("ffmpeg"),
+        {QStringLiteral("-hide_banner"), QStringLiteral("-loglevel"), QStringLiteral("error"),
+         QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
+         QStringLiteral("testsrc=size=640x320:rate=25:duration=4,drawgrid=w=53:h=53:t=3:c=white,"
+                        "v360=input=e:output=fisheye:h_fov=180:v_fov=180:w=320:h=320,format=yuv420p"),
+         QStringLiteral("-c:v"), QStringLiteral("libx264"), QStringLiteral("-preset"),
+         QStringLiteral("veryfast"), QStringLiteral("-g"), QStringLiteral("25"), QStringLiteral("-bf"),
+         QStringLiteral("0"), QStringLiteral("-f"), QStringLiteral("h264"), qstrClip});
+    ASSERT_TRUE(qFfmpeg.waitForFinished(60000)) << "ffmpeg (scripts/setup-debian.sh installs it) did not run";
+    ASSERT_EQ(qFfmpeg.exitCode(), 0) << qFfmpeg.readAllStandardError().toStdString();
+
     QProcess qViewer;
     qViewer.start(QStringLiteral("xvfb-run"),
                   {QStringLiteral("-a"), QStringLiteral("-s"), QStringLiteral("-screen 0 1280x800x24"),
-                   QStringLiteral(FISHVIEWER_PATH), QStringLiteral(FISHPLAYER_SAMPLE_CLIP),
-                   QStringLiteral("--self-test"), qDir.path()});
+                   QStringLiteral(FISHVIEWER_PATH), qstrClip, QStringLiteral("--size"),
+                   QStringLiteral("320x320"), QStringLiteral("--self-test"), qDir.path()});
     ASSERT_TRUE(qViewer.waitForFinished(60000));
     const QString qstrOutput = QString::fromUtf8(qViewer.readAllStandardOutput());
     ASSERT_EQ(qViewer.exitCode(), 0) << qstrOutput.toStdString()
