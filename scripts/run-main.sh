@@ -1,13 +1,24 @@
 #!/usr/bin/env bash
-# The main job: builds and installs fishplayer, builds the example client against the installed
-# package, and runs it end to end on the test engine and algorithm.
+# The main job: builds fishplayer with its open engine and algorithm, installs it, runs the
+# example client (built against the installed package) on the test engine and algorithm, then
+# plays the sample fisheye clip through the demo on the open engine and algorithm, which writes
+# a PNG per view per step and a contact sheet into build/demo-output.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 BUILD_DIR=${BUILD_DIR:-build}
+DEMO_VIDEO=${DEMO_VIDEO:-$BUILD_DIR/samples/fisheye_1920.h264}
 cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DFISHPLAYER_BUILD_TESTS=ON
-cmake --build "$BUILD_DIR" -j"$(nproc)" --target FishPlayer fishplayer_fakes
+cmake --build "$BUILD_DIR" -j"$(nproc)" --target FishPlayer fishplayer_fakes korvane zeb_algo_fcu fishplayer_demo
 cmake --install "$BUILD_DIR" --prefix "$BUILD_DIR/install" >/dev/null
 cmake -S examples/client -B "$BUILD_DIR/example" -G Ninja -DCMAKE_PREFIX_PATH="$PWD/$BUILD_DIR/install" >/dev/null
 cmake --build "$BUILD_DIR/example" >/dev/null
 FAKES="$PWD/$BUILD_DIR/fakes"
+echo "== example client on the test engine and algorithm"
 LD_LIBRARY_PATH="$FAKES/engine/full:$FAKES/algo/full" "$BUILD_DIR/example/fishplayer_example"
+
+echo "== demo on the open engine and algorithm"
+if [[ ! -f "$DEMO_VIDEO" ]]; then
+    scripts/make-sample.sh "$BUILD_DIR/samples"
+fi
+LD_LIBRARY_PATH="$PWD/$BUILD_DIR/backends/engine:$PWD/$BUILD_DIR/backends/algo" \
+    "$BUILD_DIR/demo/fishplayer_demo" "$DEMO_VIDEO" --out "$BUILD_DIR/demo-output"

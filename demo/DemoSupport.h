@@ -1,0 +1,36 @@
+// What the demo and the viewer share: the open engine's surface extension, found in the engine
+// that the library loaded, and where the pictures of an elementary stream start.
+#ifndef FISHPLAYER_DEMO_SUPPORT_H
+#define FISHPLAYER_DEMO_SUPPORT_H
+
+#include <QByteArray>
+#include <QVector>
+
+// The engine's surface extension and player information, found in the engine that the library
+// loaded (the demo never loads an engine of its own).
+struct EngineExt {
+    void* (*m_pfCreateSurface)(int, int) = nullptr;
+    int (*m_pfDestroySurface)(void*) = nullptr;
+    int (*m_pfReadSurface)(void*, unsigned char*, int) = nullptr;
+    int (*m_pfGetVideoParam)(int, void*, int) = nullptr;
+
+    // True once every function was found in the loaded "Korvane.dll".
+    bool Resolve();
+    // Pictures the engine player has decoded so far (0 when it cannot tell).
+    long long DecodedPictures(int _iPlayId) const;
+};
+
+struct VideoParam {
+    int m_iSize = 24;
+    int m_iWidth = 0;
+    int m_iHeight = 0;
+    int m_iCodec = 0;
+    long long m_llFrames = 0;
+};
+
+// Where each picture of an elementary stream starts: the start code of the first slice of an
+// H.264 or H.265 picture (with the parameter sets before it), or a JPEG start of image. Empty for
+// anything else.
+QVector<qint64> PictureStarts(const QByteArray& _qbaStream);
+
+#endif // FISHPLAYER_DEMO_SUPPORT_H

@@ -1,0 +1,522 @@
+// fishviewer: a fisheye video viewer on CLS_FishPlayer. The engine renders the panoramas, the LAT
+// and the PTZ views straight into native windows of a grid; the source and the whole-fisheye
+// views are painted from the main window's picture (an off-screen surface of the open engine),
+// with the PTZ views' outlines drawn over the fisheye.
+//
+//   fishviewer [VIDEO] [--mount N] [--views LIST] [--size WxH] [--self-test DIR]
+//
+// LIST is a comma-separated choice of source, fisheye, 360, 180, lat and ptzN (N PTZ views), for
+// example "fisheye,360,ptz4". Mouse: drag in a PTZ view moves it, the wheel zooms it, the arrow
+// keys and +/- send PTZ commands to it; drag an outline on the fisheye view; drag a panorama to
+// turn it. --self-test plays for a while, drags and zooms PTZ view 0 with mouse events, writes
+// screenshots before and after into DIR and quits.
+#include "DemoSupport.h"
+
+#include <CLS_FishPlayer.h>
+
+#include <QAction>
+#include <QActionGroup>
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QGridLayout>
+#include <QImage>
+#include <QKeyEvent>
+#include <QMainWindow>
+#include <QMenuBar>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QPainterPath>
+#include <QRegularExpression>
+#include <QScreen>
+#include <QTimer>
+#include <QWheelEvent>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <mutex>
+#include <vector>
+
+namespace {
+
+using Outlines = std::vector<std::vector<std::vector<STRUCT_DrawPoint>>>;
+std::mutex g_mutexOverlay;
+Outlines g_overlay;
+
+// Runs on the library's draw thread: keeps a deep copy of the latest outlines.
+int OnOverlay(int, int, QVector<QVector<QVector<STRUCT_DrawPoint>>> _overlay) {
+    Outlines overlay;
+    for (const auto& view : _overlay) {
+        overlay.emplace_back();
+        for (const auto& polyline : view)
+            overlay.back().emplace_back(polyline.cbegin(), polyline.cend());
+    }
+    std::lock_guard<std::mutex> lock(g_mutexOverlay);
+    g_overlay.swap(overlay);
+    return 0;
+}
+
+Outlines LatestOverlay() {
+    std::lock_guard<std::mutex> lock(g_mutexOverlay);
+    return g_overlay;
+}
+
+// Centre of a PTZ view's outline, 0 to 1 of the fisheye; (-1, -1) when it has none.
+QPointF OutlineCentre(const Outlines& _overlay, int _iPtz) {
+    double dX = 0, dY = 0;
+    int iCount = 0;
+    if (_iPtz < static_cast<int>(_overlay.size()))
+        for (const auto& polyline : _overlay[_iPtz])
+            for (const STRUCT_DrawPoint& tPoint : polyline) {
+                dX += tPoint.m_fX;
+                dY += tPoint.m_fY;
+                ++iCount;
+            }
+    return iCount ? QPointF(dX / iCount, dY / iCount) : QPointF(-1, -1);
+}
+
+const QColor PTZ_COLORS[] = {QColor(255, 64, 64), QColor(64, 220, 64), QColor(80, 140, 255),
+                             QColor(255, 210, 40)};
+
+struct Options {
+    QString m_qstrVideo = QStringLiteral("build/samples/fisheye_1920.h264");
+    int m_iMount = 1;
+    QStringList m_qlistViews = {QStringLiteral("source"), QStringLiteral("fisheye"), QStringLiteral("360"),
+                                QStringLiteral("180"),    QStringLiteral("lat"),     QStringLiteral("ptz4")};
+    int m_iWidth = 0;
+    int m_iHeight = 0;
+    QString m_qstrSelfTest;
+};
+
+class Viewer;
+
+// One view in the grid. Engine views are native windows that the engine paints; the source and
+// fisheye views are painted here from the main picture.
+class ViewWidget : public QWidget {
+public:
+    ViewWidget(Viewer* _pViewer, QString _qstrName, int _iType, int _iPtzIndex)
+        : m_qstrName(std::move(_qstrName)), m_iType(_iType), m_iPtzIndex(_iPtzIndex), m_pViewer(_pViewer) {
+        setMinimumSize(160, 120);
+        setFocusPolicy(Qt::ClickFocus);
+        setObjectName(m_qstrName);
+        if (IsEngineView()) {
+            setAttribute(Qt::WA_NativeWindow);
+            setAttribute(Qt::WA_PaintOnScreen);
+            setAttribute(Qt::WA_NoSystemBackground);
+            setAttribute(Qt::WA_OpaquePaintEvent);
+        }
+    }
+    bool IsEngineView() const { return m_iType != 0 && m_iType != CORRECT_TYPE_FISHEYE; }
+    QPaintEngine* paintEngine() const override { return IsEngineView() ? nullptr : QWidget::paintEngine(); }
+    void* Window() { return reinterpret_cast<void*>(static_cast<quintptr>(winId())); }
+
+    QString m_qstrName;
+    int m_iType;
+    int m_iPtzIndex;
+
+protected:
+    void paintEvent(QPaintEvent*) override;
+    void mousePressEvent(QMouseEvent* _pEvent) override;
+    void mouseMoveEvent(QMouseEvent* _pEvent) override;
+    void wheelEvent(QWheelEvent* _pEvent) override;
+    void keyPressEvent(QKeyEvent* _pEvent) override;
+
+private:
+    Viewer* m_pViewer;
+    QPoint m_qptLast;
+    int m_iDraggedPtz = -1;
+};
+
+class Viewer : public QMainWindow {
+public:
+    explicit Viewer(const Options& _tOptions) : m_tOptions(_tOptions) {
+        setWindowTitle(QStringLiteral("fishviewer - %1").arg(m_tOptions.m_qstrVideo));
+        QMenu* pMount = menuBar()->addMenu(QStringLiteral("&Mounting"));
+        auto* pGroup = new QActionGroup(this);
+        const char* apcMounts[] = {"&Wall", "&Ceiling", "&Floor"};
+        for (int iMount = 1; iMount <= 3; ++iMount) {
+            QAction* pAction = pMount->addAction(QString::fromLatin1(apcMounts[iMount - 1]));
+            pAction->setCheckable(true);
+            pAction->setChecked(iMount == m_tOptions.m_iMount);
+            pGroup->addAction(pAction);
+            connect(pAction, &QAction::triggered, this, [this, iMount] {
+                m_tOptions.m_iMount = iMount;
+                Open();
+            });
+        }
+        QMenu* pViews = menuBar()->addMenu(QStringLiteral("&Views"));
+        for (const char* pcView : {"source", "fisheye", "360", "180", "lat", "ptz1", "ptz4"}) {
+            QAction* pAction = pViews->addAction(QString::fromLatin1(pcView));
+            pAction->setCheckable(true);
+            pAction->setChecked(m_tOptions.m_qlistViews.contains(QString::fromLatin1(pcView)));
+            connect(pAction, &QAction::toggled, this, [this, pcView](bool _blOn) {
+                const QString qstrView = QString::fromLatin1(pcView);
+                QStringList& qlistViews = m_tOptions.m_qlistViews;
+                // One PTZ choice at a time.
+                const bool blPtz = qstrView.startsWith(QLatin1String("ptz"));
+                qlistViews.erase(std::remove_if(qlistViews.begin(), qlistViews.end(),
+                                                [&](const QString& _qstr) {
+                                                    return _qstr == qstrView ||
+                                                           (blPtz && _qstr.startsWith(QLatin1String("ptz")));
+                                                }),
+                                 qlistViews.end());
+                if (_blOn)
+                    m_tOptions.m_qlistViews.append(qstrView);
+                Open();
+            });
+        }
+        connect(&m_qtimerFeed, &QTimer::timeout, this, &Viewer::FeedPicture);
+        connect(&m_qtimerPaint, &QTimer::timeout, this, &Viewer::RefreshPictures);
+    }
+    ~Viewer() override { Close(); }
+
+    bool Start() {
+        QFile qVideo(m_tOptions.m_qstrVideo);
+        if (!qVideo.open(QIODevice::ReadOnly) || (m_qbaStream = qVideo.readAll()).isEmpty()) {
+            std::fprintf(stderr, "fishviewer: cannot read %s\n", qPrintable(m_tOptions.m_qstrVideo));
+            return false;
+        }
+        m_vecStarts = PictureStarts(m_qbaStream);
+        m_pFish = CLS_FishPlayer::GetInstance();
+        if (!m_tEngine.Resolve()) {
+            std::fprintf(stderr, "fishviewer: no engine with surfaces was loaded (LD_LIBRARY_PATH?)\n");
+            return false;
+        }
+        return Open();
+    }
+
+    // (Re)creates the grid and the player for the current mount and view set.
+    bool Open() {
+        Close();
+        auto* pGrid = new QWidget(this);
+        auto* pLayout = new QGridLayout(pGrid);
+        pLayout->setSpacing(4);
+        int iCell = 0;
+        auto Add = [&](const QString& _qstrName, int _iType, int _iPtz, int _iSpan) {
+            auto* pView = new ViewWidget(this, _qstrName, _iType, _iPtz);
+            pLayout->addWidget(pView, iCell / 4, iCell % 4, 1, _iSpan);
+            iCell += _iSpan;
+            m_vecViews.push_back(pView);
+        };
+        for (const QString& qstrView : m_tOptions.m_qlistViews) {
+            if (qstrView == QLatin1String("source"))
+                Add(qstrView, 0, -1, 1);
+            else if (qstrView == QLatin1String("fisheye"))
+                Add(qstrView, CORRECT_TYPE_FISHEYE, -1, 1);
+            else if (qstrView == QLatin1String("360"))
+                Add(qstrView, CORRECT_TYPE_360, -1, 2);
+            else if (qstrView == QLatin1String("180"))
+                Add(qstrView, CORRECT_TYPE_180, -1, 2);
+            else if (qstrView == QLatin1String("lat"))
+                Add(qstrView, CORRECT_TYPE_LAT, -1, 2);
+        }
+        iCell = (iCell + 3) / 4 * 4;
+        for (const QString& qstrView : m_tOptions.m_qlistViews)
+            if (qstrView.startsWith(QLatin1String("ptz")))
+                for (int i = 0; i < std::clamp(qstrView.mid(3).toInt(), 1, 4); ++i)
+                    Add(QStringLiteral("ptz%1").arg(i), CORRECT_TYPE_PTZ, i, 1);
+        setCentralWidget(pGrid);
+        resize(1024, 720);
+        show();
+        QApplication::processEvents(); // the native windows exist at their final size
+
+        m_hMain = m_tEngine.m_pfCreateSurface(m_tOptions.m_iWidth / 2, m_tOptions.m_iHeight / 2);
+        QMap<int, QVector<void*>> qmapWindows;
+        for (ViewWidget* pView : m_vecViews)
+            qmapWindows[pView->m_iType].append(pView->IsEngineView() ? pView->Window() : m_hMain);
+        m_pFish->SetPlayIndex(0);
+        int aiHeader[3] = {12, m_tOptions.m_iWidth, m_tOptions.m_iHeight};
+        QMap<int, QVector<int>> qmapIds;
+        const int iRet = m_pFish->FishPlayer_CreatePlayerFromStream(
+            {m_tOptions.m_iMount, 0, 0}, m_hMain, qmapWindows, 0, reinterpret_cast<unsigned char*>(aiHeader),
+            sizeof(aiHeader), &m_iId, qmapIds, false, osd_TLDCSet{}, {1, n_DrawType_Fec});
+        if (iRet != 0) {
+            std::fprintf(stderr, "fishviewer: creating the player failed: %d\n", iRet);
+            m_iId = -1;
+            return false;
+        }
+        m_pFish->FishPlayer_RegisterDrawCallback(m_iId, OnOverlay);
+        m_iNextPicture = 0;
+        m_llFed = 0;
+        m_qtimerFeed.start(40);
+        m_qtimerPaint.start(40);
+        return true;
+    }
+
+    void Close() {
+        m_qtimerFeed.stop();
+        m_qtimerPaint.stop();
+        if (m_iId >= 0)
+            m_pFish->FishPlayer_DeleteAllPlayer(m_iId);
+        m_iId = -1;
+        if (m_hMain)
+            m_tEngine.m_pfDestroySurface(m_hMain);
+        m_hMain = nullptr;
+        m_vecViews.clear();
+        m_qimgMain = QImage();
+        delete takeCentralWidget();
+    }
+
+    // The player's controls, as the widgets use them.
+    int Id() const { return m_iId; }
+    CLS_FishPlayer* Fish() const { return m_pFish; }
+    const QImage& MainPicture() const { return m_qimgMain; }
+    QRect FisheyeArea() const { return m_qrectArea; }
+    ViewWidget* View(const QString& _qstrName) const {
+        for (ViewWidget* pView : m_vecViews)
+            if (pView->m_qstrName == _qstrName)
+                return pView;
+        return nullptr;
+    }
+
+private:
+    // One picture of the stream every 40 ms, from the start again at its end.
+    void FeedPicture() {
+        qint64 llTo = 0;
+        if (m_vecStarts.size() > 1) {
+            m_iNextPicture = m_iNextPicture + 1 >= m_vecStarts.size() ? 0 : m_iNextPicture + 1;
+            llTo = m_iNextPicture == 0 ? m_qbaStream.size() : m_vecStarts[m_iNextPicture];
+        } else {
+            llTo = std::min<qint64>(m_qbaStream.size(), m_llFed + 64 * 1024);
+        }
+        if (llTo > m_llFed)
+            m_pFish->FishPlayer_PutStreamToPlayer(
+                m_iId, 0, reinterpret_cast<unsigned char*>(m_qbaStream.data()) + m_llFed,
+                static_cast<int>(llTo - m_llFed));
+        m_llFed = llTo >= m_qbaStream.size() ? 0 : llTo;
+    }
+
+    void RefreshPictures() {
+        int iW = 0, iH = 0;
+        if (!m_hMain || m_tEngine.m_pfReadSurface == nullptr)
+            return;
+        iW = m_tOptions.m_iWidth / 2;
+        iH = m_tOptions.m_iHeight / 2;
+        QImage qimg(iW, iH, QImage::Format_RGB888);
+        std::vector<unsigned char> vecRgb(static_cast<size_t>(iW) * iH * 3);
+        if (m_tEngine.m_pfReadSurface(m_hMain, vecRgb.data(), static_cast<int>(vecRgb.size())) <= 0)
+            return;
+        for (int y = 0; y < iH; ++y)
+            std::copy_n(vecRgb.data() + static_cast<size_t>(y) * iW * 3, iW * 3, qimg.scanLine(y));
+        m_qimgMain = qimg;
+        // The fisheye circle's box: the picture's non-dark part.
+        int iX0 = iW, iY0 = iH, iX1 = -1, iY1 = -1;
+        for (int y = 0; y < iH; y += 2)
+            for (int x = 0; x < iW; x += 2) {
+                const unsigned char* p = vecRgb.data() + (static_cast<size_t>(y) * iW + x) * 3;
+                if (p[0] + p[1] + p[2] > 72) {
+                    iX0 = std::min(iX0, x), iY0 = std::min(iY0, y), iX1 = std::max(iX1, x),
+                    iY1 = std::max(iY1, y);
+                }
+            }
+        m_qrectArea =
+            iX1 > iX0 && iY1 > iY0 ? QRect(QPoint(iX0, iY0), QPoint(iX1, iY1)) : QRect(0, 0, iW, iH);
+        for (ViewWidget* pView : m_vecViews)
+            if (!pView->IsEngineView())
+                pView->update();
+    }
+
+    Options m_tOptions;
+    CLS_FishPlayer* m_pFish = nullptr;
+    EngineExt m_tEngine;
+    QByteArray m_qbaStream;
+    QVector<qint64> m_vecStarts;
+    int m_iNextPicture = 0;
+    qint64 m_llFed = 0;
+    void* m_hMain = nullptr;
+    int m_iId = -1;
+    std::vector<ViewWidget*> m_vecViews;
+    QTimer m_qtimerFeed;
+    QTimer m_qtimerPaint;
+    QImage m_qimgMain;
+    QRect m_qrectArea;
+};
+
+void ViewWidget::paintEvent(QPaintEvent*) {
+    if (IsEngineView()) // the engine paints it
+        return;
+    QPainter qpainter(this);
+    qpainter.fillRect(rect(), Qt::black);
+    const QImage& qimgMain = m_pViewer->MainPicture();
+    if (qimgMain.isNull())
+        return;
+    if (m_iType == 0) {
+        qpainter.drawImage(rect(), qimgMain);
+        return;
+    }
+    qpainter.drawImage(rect(), qimgMain, m_pViewer->FisheyeArea());
+    const Outlines overlay = LatestOverlay();
+    qpainter.setRenderHint(QPainter::Antialiasing);
+    for (size_t iPtz = 0; iPtz < overlay.size(); ++iPtz) {
+        qpainter.setPen(QPen(PTZ_COLORS[iPtz % 4], 2));
+        for (const auto& polyline : overlay[iPtz]) {
+            QPainterPath qpath;
+            for (size_t i = 0; i < polyline.size(); ++i) {
+                const QPointF qpt(polyline[i].m_fX * width(), polyline[i].m_fY * height());
+                i == 0 ? qpath.moveTo(qpt) : qpath.lineTo(qpt);
+            }
+            qpainter.drawPath(qpath);
+        }
+    }
+}
+
+void ViewWidget::mousePressEvent(QMouseEvent* _pEvent) {
+    m_qptLast = _pEvent->pos();
+    m_iDraggedPtz = -1;
+    if (m_iType == CORRECT_TYPE_FISHEYE) {
+        // The outline nearest to the press is the one dragged.
+        const Outlines overlay = LatestOverlay();
+        double dBest = 1e9;
+        for (int i = 0; i < static_cast<int>(overlay.size()); ++i) {
+            const QPointF qptCentre = OutlineCentre(overlay, i);
+            const double dDistance =
+                std::hypot(qptCentre.x() * width() - m_qptLast.x(), qptCentre.y() * height() - m_qptLast.y());
+            if (qptCentre.x() >= 0 && dDistance < dBest) {
+                dBest = dDistance;
+                m_iDraggedPtz = i;
+            }
+        }
+    }
+}
+
+void ViewWidget::mouseMoveEvent(QMouseEvent* _pEvent) {
+    if (!(_pEvent->buttons() & Qt::LeftButton))
+        return;
+    const QPoint qptNow = _pEvent->pos();
+    const STRUCT_FishWindowRect tRect{width(), height()};
+    const int iId = m_pViewer->Id();
+    CLS_FishPlayer* pFish = m_pViewer->Fish();
+    if (m_iType == CORRECT_TYPE_PTZ)
+        pFish->FishPlayer_PTZWindowCtl(iId, m_iPtzIndex,
+                                       {qptNow.x() - m_qptLast.x(), qptNow.y() - m_qptLast.y(), 0},
+                                       n_CtlCmd_Move, tRect);
+    else if (m_iType == CORRECT_TYPE_FISHEYE && m_iDraggedPtz >= 0)
+        pFish->FishPlayer_DrawWindowCtl(
+            iId, m_iDraggedPtz, {m_qptLast.x(), m_qptLast.y(), qptNow.x(), qptNow.y()}, n_CtlCmd_Move, tRect);
+    else if (m_iType == CORRECT_TYPE_360 || m_iType == CORRECT_TYPE_180)
+        pFish->FishPlayer_CorrectWindowCtl(iId, m_iType, {qptNow.x() - m_qptLast.x(), 0, 0}, n_CtlCmd_Move,
+                                           tRect);
+    m_qptLast = qptNow;
+}
+
+void ViewWidget::wheelEvent(QWheelEvent* _pEvent) {
+    if (m_iType == CORRECT_TYPE_PTZ)
+        m_pViewer->Fish()->FishPlayer_PTZWindowCtl(m_pViewer->Id(), m_iPtzIndex,
+                                                   {0, 0, _pEvent->angleDelta().y()}, n_CtlCmd_Zoom,
+                                                   {width(), height()});
+}
+
+void ViewWidget::keyPressEvent(QKeyEvent* _pEvent) {
+    if (m_iType != CORRECT_TYPE_PTZ)
+        return QWidget::keyPressEvent(_pEvent);
+    struct {
+        int m_iKey;
+        n_PTZCtlCmd m_eCmd;
+    } const aKeys[] = {{Qt::Key_Up, n_PTZCtlCmd_Up},        {Qt::Key_Down, n_PTZCtlCmd_Down},
+                       {Qt::Key_Left, n_PTZCtlCmd_Left},    {Qt::Key_Right, n_PTZCtlCmd_Right},
+                       {Qt::Key_Plus, n_PTZCtlCmd_ZoomInc}, {Qt::Key_Minus, n_PTZCtlCmd_ZoomDec}};
+    for (const auto& tKey : aKeys)
+        if (tKey.m_iKey == _pEvent->key())
+            m_pViewer->Fish()->FishPlayer_PTZCtl(m_pViewer->Id(), m_iPtzIndex, {300, 300, 500}, tKey.m_eCmd);
+}
+
+bool ParseOptions(const QStringList& _qlistArgs, Options& _tOptions) {
+    for (int i = 1; i < _qlistArgs.size(); ++i) {
+        const QString& qstrArg = _qlistArgs[i];
+        const bool blValue = i + 1 < _qlistArgs.size();
+        if (qstrArg == QLatin1String("--mount") && blValue)
+            _tOptions.m_iMount = std::clamp(_qlistArgs[++i].toInt(), 1, 3);
+        else if (qstrArg == QLatin1String("--views") && blValue)
+            _tOptions.m_qlistViews = _qlistArgs[++i].split(QLatin1Char(','), Qt::SkipEmptyParts);
+        else if (qstrArg == QLatin1String("--self-test") && blValue)
+            _tOptions.m_qstrSelfTest = _qlistArgs[++i];
+        else if (qstrArg == QLatin1String("--size") && blValue) {
+            const QStringList qlistSize = _qlistArgs[++i].split(QLatin1Char('x'));
+            _tOptions.m_iWidth = qlistSize.value(0).toInt();
+            _tOptions.m_iHeight = qlistSize.value(1).toInt();
+        } else if (!qstrArg.startsWith(QLatin1String("--")))
+            _tOptions.m_qstrVideo = qstrArg;
+        else
+            return false;
+    }
+    if (_tOptions.m_iWidth < 16 || _tOptions.m_iHeight < 16 || _tOptions.m_iWidth > 16384 ||
+        _tOptions.m_iHeight > 16384) {
+        const QRegularExpressionMatch qmatch =
+            QRegularExpression(QStringLiteral("_(\\d{3,4})\\.")).match(_tOptions.m_qstrVideo);
+        _tOptions.m_iWidth = _tOptions.m_iHeight = qmatch.hasMatch() ? qmatch.captured(1).toInt() : 1920;
+    }
+    return true;
+}
+
+// The scripted session of --self-test: screenshots, a drag and a wheel turn in PTZ view 0.
+void SelfTest(Viewer* _pViewer, const QString& _qstrDir) {
+    QDir().mkpath(_qstrDir);
+    auto Shot = [_pViewer, _qstrDir](const char* _pcName) {
+        const QPoint qptOrigin = _pViewer->centralWidget()->mapToGlobal(QPoint(0, 0));
+        const QPixmap qpix = QGuiApplication::primaryScreen()->grabWindow(
+            0, qptOrigin.x(), qptOrigin.y(), _pViewer->centralWidget()->width(),
+            _pViewer->centralWidget()->height());
+        qpix.save(QStringLiteral("%1/%2.png").arg(_qstrDir, QLatin1String(_pcName)));
+        const QPointF qptCentre = OutlineCentre(LatestOverlay(), 0);
+        std::printf("%s: outline of ptz0 at %.4f %.4f\n", _pcName, qptCentre.x(), qptCentre.y());
+    };
+    QTimer::singleShot(2500, _pViewer, [=] {
+        Shot("before");
+        // Where each view lies in the screenshots.
+        QFile qLayout(_qstrDir + QStringLiteral("/layout.txt"));
+        if (qLayout.open(QIODevice::WriteOnly)) {
+            for (const char* pcName : {"fisheye", "ptz0", "ptz1"})
+                if (ViewWidget* pView = _pViewer->View(QString::fromLatin1(pcName))) {
+                    const QPoint qpt = pView->mapTo(_pViewer->centralWidget(), QPoint(0, 0));
+                    qLayout.write(QStringLiteral("%1 %2 %3 %4 %5\n")
+                                      .arg(QLatin1String(pcName))
+                                      .arg(qpt.x())
+                                      .arg(qpt.y())
+                                      .arg(pView->width())
+                                      .arg(pView->height())
+                                      .toUtf8());
+                }
+        }
+        ViewWidget* pPtz = _pViewer->View(QStringLiteral("ptz0"));
+        if (!pPtz)
+            return QApplication::exit(1);
+        const QPoint qptStart(pPtz->width() / 2, pPtz->height() / 2);
+        QMouseEvent qPress(QEvent::MouseButtonPress, qptStart, Qt::LeftButton, Qt::LeftButton,
+                           Qt::NoModifier);
+        QApplication::sendEvent(pPtz, &qPress);
+        for (int i = 1; i <= 10; ++i) {
+            QMouseEvent qDrag(QEvent::MouseMove, qptStart + QPoint(-8 * i, 4 * i), Qt::NoButton,
+                              Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(pPtz, &qDrag);
+        }
+        QMouseEvent qRelease(QEvent::MouseButtonRelease, qptStart + QPoint(-80, 40), Qt::LeftButton,
+                             Qt::NoButton, Qt::NoModifier);
+        QApplication::sendEvent(pPtz, &qRelease);
+        QWheelEvent qWheel(QPointF(qptStart), QPointF(pPtz->mapToGlobal(qptStart)), QPoint(), QPoint(0, 240),
+                           Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(pPtz, &qWheel);
+        QTimer::singleShot(1500, _pViewer, [=] {
+            Shot("after");
+            QApplication::exit(0);
+        });
+    });
+}
+
+} // namespace
+
+int main(int _iArgc, char** _ppcArgv) {
+    QApplication qapp(_iArgc, _ppcArgv);
+    Options tOptions;
+    if (!ParseOptions(QApplication::arguments(), tOptions)) {
+        std::fprintf(stderr,
+                     "usage: fishviewer [VIDEO] [--mount N] [--views LIST] [--size WxH] [--self-test DIR]\n");
+        return 2;
+    }
+    Viewer tViewer(tOptions);
+    if (!tViewer.Start())
+        return 1;
+    if (!tOptions.m_qstrSelfTest.isEmpty())
+        SelfTest(&tViewer, tOptions.m_qstrSelfTest);
+    return qapp.exec();
+}

@@ -1,0 +1,104 @@
+// The viewer used as a person uses it, under Xvfb: it plays a fisheye clip, PTZ view 0 is
+// dragged and zoomed with the mouse, and screenshots before and after show the view and its
+// outline on the fisheye view moved.
+#include "DemoImage.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <map>
+#include <string>
+
+namespace {
+
+struct Tile {
+    int m_iX = 0, m_iY = 0, m_iW = 0, m_iH = 0;
+};
+
+double Difference(const DemoImage& _tA, const DemoImage& _tB) {
+    const DemoImage tA = _tA.Scaled(64, 48);
+    const DemoImage tB = _tB.Scaled(64, 48);
+    double dSum = 0;
+    for (int i = 0; i < tA.ByteCount(); ++i)
+        dSum += std::abs(tA.Data()[i] - tB.Data()[i]);
+    return dSum / tA.ByteCount();
+}
+
+TEST(ViewerUnderXvfb, ADragAndAWheelTurnMoveThePtzViewAndItsOutline) {
+    QTemporaryDir qDir;
+    ASSERT_TRUE(qDir.isValid());
+    // A 320 x 320 fisheye clip of a test scene (colour bars under a grid), four seconds long: the
+    // viewer plays it in a loop.
+    const QString qstrClip = qDir.filePath(QStringLiteral("clip.h264"));
+    QProcess qFfmpeg;
+    qFfmpeg.start(
+        QStringLiteral("ffmpeg"),
+        {QStringLiteral("-hide_banner"), QStringLiteral("-loglevel"), QStringLiteral("error"),
+         QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
+         QStringLiteral("testsrc=size=640x320:rate=25:duration=4,drawgrid=w=53:h=53:t=3:c=white,"
+                        "v360=input=e:output=fisheye:h_fov=180:v_fov=180:w=320:h=320,format=yuv420p"),
+         QStringLiteral("-c:v"), QStringLiteral("libx264"), QStringLiteral("-preset"),
+         QStringLiteral("veryfast"), QStringLiteral("-g"), QStringLiteral("25"), QStringLiteral("-bf"),
+         QStringLiteral("0"), QStringLiteral("-f"), QStringLiteral("h264"), qstrClip});
+    ASSERT_TRUE(qFfmpeg.waitForFinished(60000)) << "ffmpeg (scripts/setup-debian.sh installs it) did not run";
+    ASSERT_EQ(qFfmpeg.exitCode(), 0) << qFfmpeg.readAllStandardError().toStdString();
+
+    QProcess qViewer;
+    qViewer.start(QStringLiteral("xvfb-run"),
+                  {QStringLiteral("-a"), QStringLiteral("-s"), QStringLiteral("-screen 0 1280x800x24"),
+                   QStringLiteral(FISHVIEWER_PATH), qstrClip, QStringLiteral("--size"),
+                   QStringLiteral("320x320"), QStringLiteral("--self-test"), qDir.path()});
+    ASSERT_TRUE(qViewer.waitForFinished(60000));
+    const QString qstrOutput = QString::fromUtf8(qViewer.readAllStandardOutput());
+    ASSERT_EQ(qViewer.exitCode(), 0) << qstrOutput.toStdString()
+                                     << qViewer.readAllStandardError().toStdString();
+
+    // The outline of PTZ view 0, as the overlay callback delivered it, moved.
+    const QRegularExpression qre(QStringLiteral("(before|after): outline of ptz0 at ([-0-9.]+) ([-0-9.]+)"));
+    std::map<std::string, std::pair<double, double>> mapCentres;
+    for (auto it = qre.globalMatch(qstrOutput); it.hasNext();) {
+        const QRegularExpressionMatch qmatch = it.next();
+        mapCentres[qmatch.captured(1).toStdString()] = {qmatch.captured(2).toDouble(),
+                                                        qmatch.captured(3).toDouble()};
+    }
+    ASSERT_EQ(mapCentres.size(), 2u) << qstrOutput.toStdString();
+    EXPECT_GE(mapCentres["before"].first, 0.0);
+    EXPECT_GT(std::hypot(mapCentres["after"].first - mapCentres["before"].first,
+                         mapCentres["after"].second - mapCentres["before"].second),
+              0.05);
+
+    // On screen: PTZ view 0 and the fisheye view (its outlines) changed; PTZ view 1 shows the
+    // same place as before.
+    const DemoImage tBefore = DemoImage::LoadPng(qDir.filePath(QStringLiteral("before.png")));
+    const DemoImage tAfter = DemoImage::LoadPng(qDir.filePath(QStringLiteral("after.png")));
+    ASSERT_FALSE(tBefore.IsNull());
+    ASSERT_FALSE(tAfter.IsNull());
+    QFile qLayout(qDir.filePath(QStringLiteral("layout.txt")));
+    ASSERT_TRUE(qLayout.open(QIODevice::ReadOnly));
+    std::map<std::string, Tile> mapTiles;
+    for (const QByteArray& qbaLine : qLayout.readAll().split('\n')) {
+        const QList<QByteArray> qlist = qbaLine.split(' ');
+        if (qlist.size() == 5)
+            mapTiles[qlist[0].toStdString()] = {qlist[1].toInt(), qlist[2].toInt(), qlist[3].toInt(),
+                                                qlist[4].toInt()};
+    }
+    ASSERT_EQ(mapTiles.size(), 3u);
+    std::map<std::string, double> mapChange;
+    for (const auto& [strName, tTile] : mapTiles) {
+        const DemoImage tA = tBefore.Cropped(tTile.m_iX, tTile.m_iY, tTile.m_iW, tTile.m_iH);
+        const DemoImage tB = tAfter.Cropped(tTile.m_iX, tTile.m_iY, tTile.m_iW, tTile.m_iH);
+        ASSERT_EQ(tA.Width(), tTile.m_iW) << strName;
+        mapChange[strName] = Difference(tA, tB);
+    }
+    EXPECT_GT(mapChange["ptz0"], 10.0);
+    EXPECT_GT(mapChange["fisheye"], 0.5);
+    EXPECT_GT(mapChange["ptz0"], 2 * mapChange["ptz1"]);
+}
+
+} // namespace
