@@ -1,5 +1,7 @@
 #include "StreamDecoder.h"
 
+#include <cstring>
+
 #include "korvane.h"
 
 extern "C" {
@@ -182,11 +184,18 @@ bool CLS_StreamDecoder::Drain(const PF_OnFrame& _pfOnFrame) {
             if (m_pSws) {
                 m_tRgb.m_iWidth = iW;
                 m_tRgb.m_iHeight = iH;
-                m_tRgb.m_vecRgb.resize(static_cast<size_t>(iW) * iH * 3);
-                std::uint8_t* apcDst[4] = {m_tRgb.m_vecRgb.data(), nullptr, nullptr, nullptr};
-                int aiStride[4] = {iW * 3, 0, 0, 0};
-                if (sws_scale(m_pSws, m_pFrame->data, m_pFrame->linesize, 0, iH, apcDst, aiStride) == iH)
+                const size_t uRow = static_cast<size_t>(iW) * 3;
+                const size_t uStride = (uRow + 63) / 64 * 64;
+                m_vecStaging.resize(uStride * static_cast<size_t>(iH) + 64);
+                m_tRgb.m_vecRgb.resize(uRow * static_cast<size_t>(iH));
+                std::uint8_t* apcDst[4] = {m_vecStaging.data(), nullptr, nullptr, nullptr};
+                int aiStride[4] = {static_cast<int>(uStride), 0, 0, 0};
+                if (sws_scale(m_pSws, m_pFrame->data, m_pFrame->linesize, 0, iH, apcDst, aiStride) == iH) {
+                    for (int y = 0; y < iH; ++y)
+                        std::memcpy(m_tRgb.m_vecRgb.data() + uRow * static_cast<size_t>(y),
+                                    m_vecStaging.data() + uStride * static_cast<size_t>(y), uRow);
                     blKeep = _pfOnFrame(m_tRgb);
+                }
             }
         }
         av_frame_unref(m_pFrame);

@@ -52,6 +52,9 @@ private:
     AVFrame* m_pFrame = nullptr;
     SwsContext* m_pSws = nullptr;
     Frame m_tRgb;
+    // The conversion's own output: rows aligned and padded, because the converter's vector code
+    // writes whole blocks past the end of a row.
+    std::vector<std::uint8_t> m_vecStaging;
 };
 
 } // namespace korvane

@@ -240,6 +240,19 @@ INSTANTIATE_TEST_SUITE_P(Codecs, EngineDecoding,
 
 using EngineStreams = EngineTest;
 
+// Picture widths that are no multiple of the converter's block size: its vector code writes past
+// the end of a row, which once overran the last row of the picture into the heap.
+TEST_F(EngineStreams, OddPictureWidthsDecodeSafely) {
+    for (int iWidth : {280, 296, 322}) {
+        std::vector<std::uint8_t> vecStream = MakeStream("libx264", iWidth, 98, 4, Disc{iWidth / 2, 49, 40});
+        ASSERT_FALSE(vecStream.empty());
+        const int iId = NewPlayer();
+        Feed(iId, vecStream, 700);
+        EXPECT_GE(WaitFrames(iId, 3), 3) << iWidth;
+        EXPECT_EQ(VideoParam(iId).m_iWidth, iWidth);
+    }
+}
+
 TEST_F(EngineStreams, NoiseAloneDecodesNothing) {
     std::mt19937 tRandom(3);
     std::vector<std::uint8_t> vecNoise(200000);
