@@ -80,7 +80,7 @@ private:
     int BuildFecOutline(const STRUCT_FcuViewParam& _tRequest);
     // Appends the clipped 1000-unit square around (x, y).
     void AppendRect(int _iX, int _iY);
-    void AppendPolyline(const QVector<STRUCT_DrawPoint>& _qvecLine);
+    void AppendPolyline(QVector<STRUCT_DrawPoint>&& _qvecLine);
     void ClearDrawData();
     // The outline request common to both fisheye builds.
     STRUCT_FcuViewParam OutlineRequest(float _fX, float _fY, int _iZoom, int _iWidth, int _iHeight,

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -41,24 +42,31 @@ std::int64_t OutlineKind(int _iSetupType) {
 
 } // namespace
 
+// Readers get their own list (sharing the polylines, which are never changed once published), so
+// the view's list is never shared and the control thread rebuilds it in place without allocating.
+// Qt decides between in place and copy with an unordered look at the share count, so a list a
+// reader could still share would have to be replaced by a fresh one on every append.
 int CLS_PTZSubPlayer::GetPTZDrawData(QVector<QVector<STRUCT_DrawPoint>>& _qvecData) {
     QReadLocker locker(&m_qrwlockDrawData);
-    _qvecData = m_qvecDrawData;
+    QVector<QVector<STRUCT_DrawPoint>> qvecCopy;
+    qvecCopy.reserve(m_qvecDrawData.size());
+    for (const QVector<STRUCT_DrawPoint>& qvecLine : qAsConst(m_qvecDrawData))
+        qvecCopy.append(qvecLine);
+    locker.unlock();
+    _qvecData = std::move(qvecCopy);
     return 0;
 }
 
-// The list is never changed in place: a reader's copy may still share its storage, and Qt decides
-// in place-or-copy with an unordered look at the share count. A fresh storage is always safe.
 void CLS_PTZSubPlayer::ClearDrawData() {
     QWriteLocker locker(&m_qrwlockDrawData);
-    m_qvecDrawData = QVector<QVector<STRUCT_DrawPoint>>();
+    m_qvecDrawData.clear(); // keeps the storage
+    if (m_qvecDrawData.capacity() < FCU_MAX_LINES)
+        m_qvecDrawData.reserve(FCU_MAX_LINES); // the most polylines an outline has
 }
 
-void CLS_PTZSubPlayer::AppendPolyline(const QVector<STRUCT_DrawPoint>& _qvecLine) {
+void CLS_PTZSubPlayer::AppendPolyline(QVector<STRUCT_DrawPoint>&& _qvecLine) {
     QWriteLocker locker(&m_qrwlockDrawData);
-    QVector<QVector<STRUCT_DrawPoint>> qvecData = m_qvecDrawData; // shared: the append copies
-    qvecData.append(_qvecLine);
-    m_qvecDrawData = qvecData;
+    m_qvecDrawData.append(std::move(_qvecLine));
 }
 
 int CLS_PTZSubPlayer::InitPTZDraw(void*& _pfcuHandle, const STRUCT_CorrectSetup* _pParam, int _iDrawType) {
@@ -182,7 +190,7 @@ int CLS_PTZSubPlayer::BuildFecOutline(const STRUCT_FcuViewParam& _tRequest) {
         qvecLine.reserve(std::max(iCount, 0));
         for (int k = 0; k < iCount; ++k)
             qvecLine.append({tLine.m_pPoints[k].m_fX, tLine.m_pPoints[k].m_fY});
-        AppendPolyline(qvecLine);
+        AppendPolyline(std::move(qvecLine));
     }
     return 0;
 }

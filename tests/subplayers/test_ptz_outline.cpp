@@ -392,6 +392,31 @@ TEST_F(PTZRebuild, SquareFollowsTheStoredPositionAfterEachAcceptedMove) {
     EXPECT_EQ(Outline(view), Square(2000, 4500, 3000, 5500));
 }
 
+// A reader's copy is its own list: the view rebuilds its list in the same storage, and a copy taken
+// before a move keeps the outline it was given.
+TEST_F(PTZRebuild, RebuildKeepsTheStorageAndEarlierCopies) {
+    ExposedPTZ view;
+    Live(view, n_DrawType_Rect, CORRECT_TYPE_PTZ);
+    QVector<QVector<STRUCT_DrawPoint>> qvecBefore;
+    ASSERT_EQ(view.GetPTZDrawData(qvecBefore), 0);
+    ASSERT_EQ(qvecBefore.size(), 4);
+    EXPECT_NE(qvecBefore.constData(), view.m_qvecDrawData.constData());
+    const QVector<STRUCT_DrawPoint>* pStorage = view.m_qvecDrawData.constData();
+    FakeAlgo()->PushPoint("ZebAlgo_FCU_CorrectPoint", 0.25f, 0.5f);
+    EXPECT_EQ(view.Zoom(1), 0);
+    EXPECT_EQ(Outline(view), Square(2000, 4500, 3000, 5500));
+    EXPECT_EQ(view.m_qvecDrawData.constData(), pStorage);
+    const std::vector<Polyline> vecBefore = Square(2500, 3500, 3500, 4500);
+    ASSERT_EQ(qvecBefore.size(), 4);
+    for (int i = 0; i < 4; ++i) {
+        ASSERT_EQ(qvecBefore[i].size(), 2);
+        for (int k = 0; k < 2; ++k) {
+            EXPECT_EQ(qvecBefore[i][k].m_fX, vecBefore[i][k].first);
+            EXPECT_EQ(qvecBefore[i][k].m_fY, vecBefore[i][k].second);
+        }
+    }
+}
+
 // Coordinate switching.
 class PTZCoord : public PTZRebuild {};
 
