@@ -9,7 +9,7 @@
 #include <mutex>
 
 #if defined(_WIN32)
-#define FAKE_EXPORT extern "C" __declspec(dllexport)
+#define FAKE_EXPORT extern "C" // exported through a module-definition file per variant
 #else
 #define FAKE_EXPORT extern "C" __attribute__((visibility("default")))
 #endif

@@ -1,4 +1,7 @@
-# cmake -DMODE=install|subdirectory -DSOURCE_DIR=... -DBUILD_DIR=... -DWORK_DIR=... -DGENERATOR=... [-DFAKES_DIR=...] -P check_package.cmake
+# cmake -DMODE=install|subdirectory -DSOURCE_DIR=... -DBUILD_DIR=... -DWORK_DIR=... -DGENERATOR=... [-DFAKES_DIR=...]
+#       [-DTOOLCHAIN=... -DQT_PREFIX=... -DEMULATOR=... -DRUNTIME_DIR=...] -P check_package.cmake
+# With a toolchain (cross builds), the clients are built with it and run under the emulator, with
+# the DLLs they need copied into their own folder, where Windows looks first.
 function(run)
     execute_process(COMMAND ${ARGN} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE out)
     if(NOT rc EQUAL 0)
@@ -7,24 +10,47 @@ function(run)
     message(STATUS "${out}")
 endfunction()
 
+set(cross_args "")
+if(TOOLCHAIN)
+    set(cross_args -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -DFISHPLAYER_QT_PREFIX=${QT_PREFIX})
+endif()
+
+# run_client(<program> [<folder of libraries>...]): runs a client that finds the libraries of the
+# given folders by their bare names.
+function(run_client program)
+    if(EMULATOR)
+        get_filename_component(dir ${program} DIRECTORY)
+        foreach(folder ${ARGN} ${RUNTIME_DIR})
+            file(GLOB dlls ${folder}/*.dll)
+            file(COPY ${dlls} DESTINATION ${dir})
+        endforeach()
+        run(${EMULATOR} ${program}.exe)
+    elseif(ARGN)
+        string(REPLACE ";" ":" path "${ARGN}")
+        run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${path} ${program})
+    else()
+        run(${program})
+    endif()
+endfunction()
+
 file(REMOVE_RECURSE ${WORK_DIR})
 if(MODE STREQUAL "install")
     run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_DIR}/prefix)
     run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/tests/package/client -B ${WORK_DIR}/client -G ${GENERATOR}
-        -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix)
+        -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix ${cross_args})
     run(${CMAKE_COMMAND} --build ${WORK_DIR}/client)
-    run(${WORK_DIR}/client/package_client)
+    run_client(${WORK_DIR}/client/package_client ${WORK_DIR}/prefix/bin)
     # The example client, built against the installed package and run on the test fakes.
     run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/examples/client -B ${WORK_DIR}/example -G ${GENERATOR}
-        -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix)
+        -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix ${cross_args})
     run(${CMAKE_COMMAND} --build ${WORK_DIR}/example)
-    run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${FAKES_DIR}/engine/full:${FAKES_DIR}/algo/full
-        ${WORK_DIR}/example/fishplayer_example)
+    run_client(${WORK_DIR}/example/fishplayer_example ${WORK_DIR}/prefix/bin ${FAKES_DIR}/engine/full
+        ${FAKES_DIR}/algo/full)
 elseif(MODE STREQUAL "subdirectory")
     run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/tests/package/parent -B ${WORK_DIR}/parent -G ${GENERATOR}
-        -DFISHPLAYER_SOURCE_DIR=${SOURCE_DIR})
+        -DFISHPLAYER_SOURCE_DIR=${SOURCE_DIR} ${cross_args})
     run(${CMAKE_COMMAND} --build ${WORK_DIR}/parent)
-    run(${WORK_DIR}/parent/parent_client)
+    run_client(${WORK_DIR}/parent/parent_client ${WORK_DIR}/parent/fishplayer)
 else()
     message(FATAL_ERROR "unknown MODE ${MODE}")
 endif()

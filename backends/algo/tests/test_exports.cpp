@@ -515,6 +515,10 @@ TEST_F(AlgoExports, ProcessLaysSeveralPolylinesOutOneAfterTheOther) {
 }
 
 TEST_F(AlgoExports, ProcessAllocatesNothing) {
+#if defined(_WIN32)
+    // The counter replaces operator new in this program; a DLL keeps its own, out of its reach.
+    GTEST_SKIP() << "a DLL's allocations cannot be counted from the program on Windows";
+#endif
     // The counter sees the algorithm's allocations: creating a handle makes one.
     const long lBeforeCreate = g_lAllocations.load();
     void* pOther = ZebAlgo_FCU_Creat(nullptr, nullptr);

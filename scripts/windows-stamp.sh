@@ -1,0 +1,6 @@
+#!/usr/bin/env bash
+# Prints a digest of what the Windows run proves: the bindings (loader shim included), the exported
+# class and the build files that make the DLL. CI compares it with .ci/windows-run.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+git ls-files -z bindings api CMakeLists.txt cmake | sort -z | xargs -0 cat | sha256sum | cut -c1-16
