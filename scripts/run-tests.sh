@@ -4,6 +4,7 @@
 #   address  every test under AddressSanitizer with UndefinedBehaviorSanitizer (halt on error, leaks)
 #   thread   every test under ThreadSanitizer
 #   plain    every test in the plain build, packaging included
+#   qt6      every test in a plain build on Qt 6 (not in the default list: select it explicitly)
 # FISHPLAYER_TEST_BUILDS selects and orders them (default: "fuzz address thread plain").
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -20,6 +21,11 @@ for build in $BUILDS; do
     plain)
         dir=build
         cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DFISHPLAYER_BUILD_TESTS=ON
+        labels=()
+        ;;
+    qt6)
+        dir=build-qt6
+        cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DFISHPLAYER_BUILD_TESTS=ON -DFISHPLAYER_QT_MAJOR=6
         labels=()
         ;;
     address | thread)
