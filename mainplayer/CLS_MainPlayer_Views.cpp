@@ -98,7 +98,8 @@ int CLS_MainPlayer::CreateSubPlayers(const STRUCT_FishEyeParam& _tParam, int /*_
             continue;
         }
         // One view per PTZ window, one view on the first window for every other type.
-        const int iViewCount = iSubPlayerType == CORRECT_TYPE_PTZ ? qvecSubWindows.size() : 1;
+        const int iViewCount =
+            iSubPlayerType == CORRECT_TYPE_PTZ ? static_cast<int>(qvecSubWindows.size()) : 1;
         for (int i = 0; i < iViewCount; ++i) {
             CLS_SubPlayer* pSubPlayer = NewView(iSubPlayerType);
             if (nullptr == pSubPlayer)

@@ -4,14 +4,15 @@
 #   address  every test under AddressSanitizer with UndefinedBehaviorSanitizer (halt on error, leaks)
 #   thread   every test under ThreadSanitizer
 #   plain    every test in the plain build, packaging included
+#   qt6      every test in a plain build on Qt 6
 #   windows  the Windows DLL and every test under Wine (scripts/run-windows-tests.sh), when the Qt
 #            for MinGW is cached on the machine, or when the bindings, the exported class or the
 #            build files changed since the last full run recorded in .ci/windows-run (then the Qt
 #            for MinGW is built first, which takes long); skipped otherwise
-# FISHPLAYER_TEST_BUILDS selects and orders them (default: "fuzz address thread plain windows").
+# FISHPLAYER_TEST_BUILDS selects and orders them (default: "fuzz address thread plain qt6 windows").
 set -euo pipefail
 cd "$(dirname "$0")/.."
-BUILDS=${FISHPLAYER_TEST_BUILDS:-fuzz address thread plain windows}
+BUILDS=${FISHPLAYER_TEST_BUILDS:-fuzz address thread plain qt6 windows}
 JOBS=$(nproc)
 CACHE=${FISHPLAYER_CACHE:-$HOME/.cache/fishplayer}
 made=()
@@ -45,6 +46,11 @@ for build in $BUILDS; do
     plain)
         dir=build
         cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DFISHPLAYER_BUILD_TESTS=ON
+        labels=()
+        ;;
+    qt6)
+        dir=build-qt6
+        cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DFISHPLAYER_BUILD_TESTS=ON -DFISHPLAYER_QT_MAJOR=6
         labels=()
         ;;
     address | thread)

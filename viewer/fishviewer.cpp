@@ -482,15 +482,19 @@ void SelfTest(Viewer* _pViewer, const QString& _qstrDir) {
         if (!pPtz)
             return QApplication::exit(1);
         const QPoint qptStart(pPtz->width() / 2, pPtz->height() / 2);
-        QMouseEvent qPress(QEvent::MouseButtonPress, qptStart, Qt::LeftButton, Qt::LeftButton,
-                           Qt::NoModifier);
+        // Global positions given explicitly: the constructors without them are deprecated in Qt 6.
+        const auto Global = [pPtz](const QPoint& _qpt) { return QPointF(pPtz->mapToGlobal(_qpt)); };
+        QMouseEvent qPress(QEvent::MouseButtonPress, QPointF(qptStart), Global(qptStart), Qt::LeftButton,
+                           Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(pPtz, &qPress);
         for (int i = 1; i <= 10; ++i) {
-            QMouseEvent qDrag(QEvent::MouseMove, qptStart + QPoint(-8 * i, 4 * i), Qt::NoButton,
+            const QPoint qptDrag = qptStart + QPoint(-8 * i, 4 * i);
+            QMouseEvent qDrag(QEvent::MouseMove, QPointF(qptDrag), Global(qptDrag), Qt::NoButton,
                               Qt::LeftButton, Qt::NoModifier);
             QApplication::sendEvent(pPtz, &qDrag);
         }
-        QMouseEvent qRelease(QEvent::MouseButtonRelease, qptStart + QPoint(-80, 40), Qt::LeftButton,
+        const QPoint qptEnd = qptStart + QPoint(-80, 40);
+        QMouseEvent qRelease(QEvent::MouseButtonRelease, QPointF(qptEnd), Global(qptEnd), Qt::LeftButton,
                              Qt::NoButton, Qt::NoModifier);
         QApplication::sendEvent(pPtz, &qRelease);
         QWheelEvent qWheel(QPointF(qptStart), QPointF(pPtz->mapToGlobal(qptStart)), QPoint(), QPoint(0, 240),

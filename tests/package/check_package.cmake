@@ -1,5 +1,5 @@
-# cmake -DMODE=install|subdirectory -DSOURCE_DIR=... -DBUILD_DIR=... -DWORK_DIR=... -DGENERATOR=... [-DFAKES_DIR=...]
-#       [-DTOOLCHAIN=... -DQT_PREFIX=... -DEMULATOR=... -DRUNTIME_DIR=...] -P check_package.cmake
+# cmake -DMODE=install|subdirectory -DSOURCE_DIR=... -DBUILD_DIR=... -DWORK_DIR=... -DGENERATOR=... -DQT_MAJOR=5|6
+#     [-DFAKES_DIR=...] [-DTOOLCHAIN=... -DQT_PREFIX=... -DEMULATOR=... -DRUNTIME_DIR=...] -P check_package.cmake
 # With a toolchain (cross builds), the clients are built with it and run under the emulator, with
 # the DLLs they need copied into their own folder, where Windows looks first.
 function(run)
@@ -33,11 +33,23 @@ function(run_client program)
     endif()
 endfunction()
 
+# The installed package brings the Qt the library was built with into its client.
+function(check_qt_major client_dir)
+    file(STRINGS ${client_dir}/CMakeCache.txt found REGEX "^Qt${QT_MAJOR}Core_DIR:")
+    if(NOT found)
+        message(FATAL_ERROR "the client in ${client_dir} did not find Qt ${QT_MAJOR} Core")
+    endif()
+endfunction()
+
+if(NOT QT_MAJOR MATCHES "^[56]$")
+    message(FATAL_ERROR "QT_MAJOR must be 5 or 6")
+endif()
 file(REMOVE_RECURSE ${WORK_DIR})
 if(MODE STREQUAL "install")
     run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_DIR}/prefix)
     run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/tests/package/client -B ${WORK_DIR}/client -G ${GENERATOR}
         -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix ${cross_args})
+    check_qt_major(${WORK_DIR}/client)
     run(${CMAKE_COMMAND} --build ${WORK_DIR}/client)
     run_client(${WORK_DIR}/client/package_client ${WORK_DIR}/prefix/bin)
     # The example client, built against the installed package and run on the test fakes.
@@ -48,7 +60,8 @@ if(MODE STREQUAL "install")
         ${FAKES_DIR}/algo/full)
 elseif(MODE STREQUAL "subdirectory")
     run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/tests/package/parent -B ${WORK_DIR}/parent -G ${GENERATOR}
-        -DFISHPLAYER_SOURCE_DIR=${SOURCE_DIR} ${cross_args})
+        -DFISHPLAYER_SOURCE_DIR=${SOURCE_DIR} -DFISHPLAYER_QT_MAJOR=${QT_MAJOR} ${cross_args})
+    check_qt_major(${WORK_DIR}/parent)
     run(${CMAKE_COMMAND} --build ${WORK_DIR}/parent)
     run_client(${WORK_DIR}/parent/parent_client ${WORK_DIR}/parent/fishplayer)
 else()
