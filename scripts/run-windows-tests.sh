@@ -17,7 +17,7 @@ if [ ! -f "$WINEPREFIX/system.reg" ]; then
 fi
 dir=build-windows
 cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DFISHPLAYER_BUILD_TESTS=ON \
-    -DCMAKE_TOOLCHAIN_FILE=cmake/mingw-w64-x86_64.cmake -DFISHPLAYER_QT_PREFIX="$QT" >/dev/null
+    -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/mingw-w64-x86_64.cmake" -DFISHPLAYER_QT_PREFIX="$QT" >/dev/null
 cmake --build "$dir" -j"$JOBS"
 echo "== windows build: $(($(date +%s) - start)) s; its tests follow under Wine"
 ctest --test-dir "$dir" --output-on-failure -j"$JOBS" --timeout 600
