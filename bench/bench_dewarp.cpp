@@ -10,11 +10,19 @@
 //                                  (<scene>_<size>.rgb), to compare it with another renderer's
 //
 // Counters: frames per second (items_per_second), output pixels per second (pixels_per_second).
-// BM_Copy copies the bytes a scene writes, as the memory-bandwidth reference of the same run.
+// BM_Portable runs the scenes with the portable remap kernel, BM_Ptz and the others with the fastest
+// one the processor runs.
+//
+// BM_Copy is the memory-bandwidth reference of the same run: a plain copy of as many bytes as a
+// scene's remap moves, the source bytes it reads (every source pixel its tables sample, counted
+// once) plus the output bytes it writes, from and to buffers that are not in any cache (each
+// iteration copies another slice of 256 MiB arenas, far larger than the last-level cache), on as
+// many threads as the remap. A copy of buffers that stay in cache would measure the caches instead.
 #include "Dewarp.h"
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -22,6 +30,7 @@
 #include <cstring>
 #include <map>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace fisheye;
@@ -122,7 +131,7 @@ void Dump(const std::string& _strName, const STRUCT_Picture& _picture) {
 
 // Remaps one frame into every view per iteration.
 void RunViews(benchmark::State& _state, int _iSourceSize, const std::vector<STRUCT_ViewParams>& _vecViews,
-              const std::string& _strDump) {
+              const std::string& _strDump, n_RemapKernel _eKernel = n_RemapKernel::Best) {
     const STRUCT_Picture& source = Source(_iSourceSize);
     std::vector<CLS_RemapTable> vecTables(_vecViews.size());
     std::vector<STRUCT_Picture> vecOutputs;
@@ -138,7 +147,7 @@ void RunViews(benchmark::State& _state, int _iSourceSize, const std::vector<STRU
     const int iThreads = Threads();
     for (auto _ : _state) {
         for (std::size_t i = 0; i < vecTables.size(); ++i)
-            vecTables[i].Apply(source.m_tImage, vecOutputs[i].m_tImage, iThreads);
+            vecTables[i].Apply(source.m_tImage, vecOutputs[i].m_tImage, iThreads, _eKernel);
         benchmark::ClobberMemory();
     }
     if (!_strDump.empty())
@@ -150,23 +159,40 @@ void RunViews(benchmark::State& _state, int _iSourceSize, const std::vector<STRU
     _state.counters["threads"] = iThreads > 0 ? iThreads : DefaultThreadCount();
 }
 
-// The three scenes of the comparison, from a fisheye of range(0) x range(0).
+// The three scenes of the comparison.
+enum n_Scene : int { SCENE_PTZ, SCENE_PANORAMA, SCENE_FOUR_PTZ };
+
+std::vector<STRUCT_ViewParams> SceneViews(n_Scene _eScene) {
+    switch (_eScene) {
+    case SCENE_PTZ:
+        return {PtzView(1280, 720)};
+    case SCENE_PANORAMA:
+        return {PanoramaView(3840, 960)};
+    case SCENE_FOUR_PTZ:
+    default:
+        return {PtzView(1280, 720, 0), PtzView(1280, 720, 1), PtzView(1280, 720, 2), PtzView(1280, 720, 3)};
+    }
+}
+
+// The scenes, from a fisheye of range(0) x range(0).
 void BM_Ptz(benchmark::State& _state) {
     const int iSize = static_cast<int>(_state.range(0));
-    RunViews(_state, iSize, {PtzView(1280, 720)}, "ptz_" + std::to_string(iSize));
+    RunViews(_state, iSize, SceneViews(SCENE_PTZ), "ptz_" + std::to_string(iSize));
 }
 
 void BM_Panorama(benchmark::State& _state) {
     const int iSize = static_cast<int>(_state.range(0));
-    RunViews(_state, iSize, {PanoramaView(3840, 960)}, "panorama_" + std::to_string(iSize));
+    RunViews(_state, iSize, SceneViews(SCENE_PANORAMA), "panorama_" + std::to_string(iSize));
 }
 
 void BM_FourPtz(benchmark::State& _state) {
     const int iSize = static_cast<int>(_state.range(0));
-    std::vector<STRUCT_ViewParams> vecViews;
-    for (int i = 0; i < 4; ++i)
-        vecViews.push_back(PtzView(1280, 720, i));
-    RunViews(_state, iSize, vecViews, "fourptz_" + std::to_string(iSize));
+    RunViews(_state, iSize, SceneViews(SCENE_FOUR_PTZ), "fourptz_" + std::to_string(iSize));
+}
+
+// A scene with the portable kernel, against which the vectorised one's speed-up is measured.
+void BM_Portable(benchmark::State& _state, n_Scene _eScene) {
+    RunViews(_state, static_cast<int>(_state.range(0)), SceneViews(_eScene), "", n_RemapKernel::Scalar);
 }
 
 // Scaling with the number of PTZ views (1280 x 720 each, from the 1920 fisheye).
@@ -183,16 +209,77 @@ void BM_PtzSize(benchmark::State& _state) {
              "");
 }
 
-// The bandwidth reference: a plain copy of range(0) bytes (what a scene writes per frame).
-void BM_Copy(benchmark::State& _state) {
-    const std::size_t size = static_cast<std::size_t>(_state.range(0));
-    std::vector<std::uint8_t> vecFrom(size, 1), vecTo(size, 0);
+// The source bytes a scene's remap reads per frame: every source pixel one of its tables samples
+// (a pixel and the neighbours its entry steps to), counted once however many entries sample it.
+std::size_t SourceBytesRead(const std::vector<STRUCT_ViewParams>& _vecViews, int _iSourceSize) {
+    std::vector<bool> vecRead(static_cast<std::size_t>(_iSourceSize) * _iSourceSize, false);
+    for (const STRUCT_ViewParams& tParams : _vecViews) {
+        CLS_RemapTable table;
+        if (!table.Update(tParams, _iSourceSize, _iSourceSize))
+            return 0;
+        for (int y = 0; y < tParams.m_iHeight; ++y)
+            for (int x = 0; x < tParams.m_iWidth; ++x) {
+                const STRUCT_RemapEntry& tEntry = table.Entry(x, y);
+                if (!(tEntry.m_uFlags & CLS_RemapTable::INSIDE))
+                    continue;
+                const int iRight = (tEntry.m_uFlags & CLS_RemapTable::STEP_X) ? 1 : 0;
+                const int iDown = (tEntry.m_uFlags & CLS_RemapTable::STEP_Y) ? 1 : 0;
+                for (int dy = 0; dy <= iDown; ++dy)
+                    for (int dx = 0; dx <= iRight; ++dx)
+                        vecRead[static_cast<std::size_t>(tEntry.m_uY + dy) * _iSourceSize + tEntry.m_uX +
+                                dx] = true;
+            }
+    }
+    std::size_t uPixels = 0;
+    for (bool blRead : vecRead)
+        uPixels += blRead ? 1 : 0;
+    return uPixels * CHANNELS;
+}
+
+// The bandwidth reference: a plain copy of the bytes the scene's remap moves per frame, from and to
+// memory (see the file's comment).
+void BM_Copy(benchmark::State& _state, n_Scene _eScene) {
+    const int iSize = static_cast<int>(_state.range(0));
+    const std::vector<STRUCT_ViewParams> vecViews = SceneViews(_eScene);
+    std::size_t uOutput = 0;
+    for (const STRUCT_ViewParams& tParams : vecViews)
+        uOutput += static_cast<std::size_t>(tParams.m_iWidth) * tParams.m_iHeight * CHANNELS;
+    const std::size_t uSource = SourceBytesRead(vecViews, iSize);
+    const std::size_t uBytes = uSource + uOutput;
+    if (0 == uSource) {
+        _state.SkipWithError("the scene's tables could not be built");
+        return;
+    }
+    // Slices of two arenas of at least 256 MiB each, visited in turn: by the time a slice comes back,
+    // the others have pushed it out of every cache. Written once beforehand, so that no page is
+    // first touched in the timed loop.
+    const std::size_t uSlices = std::max<std::size_t>(2, ((std::size_t{256} << 20) + uBytes - 1) / uBytes);
+    std::vector<std::uint8_t> vecFrom(uSlices * uBytes, 1), vecTo(uSlices * uBytes, 0);
+    const int iThreads = Threads() > 0 ? Threads() : DefaultThreadCount();
+    std::size_t uSlice = 0;
     for (auto _ : _state) {
-        std::memcpy(vecTo.data(), vecFrom.data(), size);
+        const std::uint8_t* pFrom = vecFrom.data() + uSlice * uBytes;
+        std::uint8_t* pTo = vecTo.data() + uSlice * uBytes;
+        uSlice = (uSlice + 1) % uSlices;
+        // Contiguous parts on as many threads as the remap, started per frame as the remap's are.
+        auto copyPart = [&](int _iPart) {
+            const std::size_t uBegin = uBytes * _iPart / iThreads;
+            const std::size_t uEnd = uBytes * (_iPart + 1) / iThreads;
+            std::memcpy(pTo + uBegin, pFrom + uBegin, uEnd - uBegin);
+        };
+        std::vector<std::thread> vecThreads;
+        for (int i = 1; i < iThreads; ++i)
+            vecThreads.emplace_back(copyPart, i);
+        copyPart(0);
+        for (std::thread& thread : vecThreads)
+            thread.join();
         benchmark::ClobberMemory();
     }
     _state.SetItemsProcessed(_state.iterations());
-    _state.SetBytesProcessed(static_cast<std::int64_t>(_state.iterations() * size));
+    _state.SetBytesProcessed(static_cast<std::int64_t>(_state.iterations() * uBytes));
+    _state.counters["source_bytes"] = static_cast<double>(uSource);
+    _state.counters["output_bytes"] = static_cast<double>(uOutput);
+    _state.counters["threads"] = iThreads;
 }
 
 } // namespace
@@ -200,9 +287,34 @@ void BM_Copy(benchmark::State& _state) {
 BENCHMARK(BM_Ptz)->Arg(1920)->Arg(2880)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Panorama)->Arg(1920)->Arg(2880)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_FourPtz)->Arg(1920)->Arg(2880)->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Copy)
-    ->Arg(1280 * 720 * CHANNELS)
-    ->Arg(3840 * 960 * CHANNELS) // also four 1280 x 720 views
+BENCHMARK_CAPTURE(BM_Portable, Ptz, SCENE_PTZ)
+    ->Arg(1920)
+    ->Arg(2880)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Portable, Panorama, SCENE_PANORAMA)
+    ->Arg(1920)
+    ->Arg(2880)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Portable, FourPtz, SCENE_FOUR_PTZ)
+    ->Arg(1920)
+    ->Arg(2880)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Copy, Ptz, SCENE_PTZ)
+    ->Arg(1920)
+    ->Arg(2880)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Copy, Panorama, SCENE_PANORAMA)
+    ->Arg(1920)
+    ->Arg(2880)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Copy, FourPtz, SCENE_FOUR_PTZ)
+    ->Arg(1920)
+    ->Arg(2880)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PtzViews)->Arg(1)->Arg(2)->Arg(4)->Arg(8)->Arg(16)->UseRealTime()->Unit(benchmark::kMillisecond);

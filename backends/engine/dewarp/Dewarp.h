@@ -73,6 +73,14 @@ struct STRUCT_RemapEntry {
     std::uint8_t m_uReserved;
 };
 
+// The remap's inner loop. Every kernel gives the same bytes (the same fixed-point sums); they differ
+// in speed only. Best is the fastest one the processor runs.
+enum class n_RemapKernel : int {
+    Best,
+    Scalar, // portable C++
+    Avx2,   // x86 with AVX2: eight pixels at a time, the source read with gathers
+};
+
 // Threads: Apply only reads the table, so any number of threads may apply one table at once;
 // Update must not run while another thread uses the table (the engine keeps one table per view and
 // updates it on the thread that renders that view).
@@ -101,8 +109,12 @@ public:
 
     // Remaps _src into _dst (which must not overlap). Both must have the same channel count, _src the size
     // the table was built for and _dst the view's output size; false (nothing written) otherwise. _iThreads:
-    // how many threads share the rows, 0 for one per core. The result does not depend on it.
-    bool Apply(const STRUCT_Image& _src, const STRUCT_Image& _dst, int _iThreads = 0) const;
+    // how many threads share the rows, 0 for one per core. The result does not depend on it, nor on
+    // _eKernel, which only the tests and benchmarks choose (false for a kernel the processor lacks).
+    bool Apply(const STRUCT_Image& _src, const STRUCT_Image& _dst, int _iThreads = 0,
+               n_RemapKernel _eKernel = n_RemapKernel::Best) const;
+    // Whether this processor (and this build) can run _eKernel.
+    static bool KernelSupported(n_RemapKernel _eKernel);
 
     // Where the output pixel centre (_dX, _dY), in output pixels, looks in the source picture, as
     // fractions of the source picture's width and height; false where the view shows nothing (black).
