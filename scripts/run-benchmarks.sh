@@ -345,13 +345,16 @@ w("")
 w("Recorded with perf and callgrind on 2 cores shared with other work:")
 w("")
 w("- **Allocations per control.** Callgrind on `PTZCtl/Up`: every allocation the library adds comes from "
-  "`CLS_PTZSubPlayer::AppendRect`. A control that moves a PTZ view rebuilds its outline, and the outline is "
-  "published one polyline at a time (a copy of the list with the polyline appended, so that the draw thread "
-  "never waits for the algorithm): a rectangle is four 2-point polylines, two allocations each, 8 in all; a "
-  "curved outline of 22 polylines makes 44 and its point block one more (45). One allocation per control "
-  "would need one flat storage for a whole outline, a change of how outlines are shared with the draw "
-  "thread rather than a small fix, so it is left as it is. The controls that move nothing of a PTZ view "
-  "(180, 360 and LAT moves, zoom commands the view refuses) allocate nothing.")
+  "rebuilding the moved view's outline. Before: the outline was published one polyline at a time as a "
+  "fresh copy of the list with the polyline appended (a reader's copy could share the list), two "
+  "allocations per polyline: 8 for a rectangle, 45 for a curve of 22 polylines with its point block. "
+  "Now readers take their own list (sharing the polylines) and the view's list is rebuilt in place in its "
+  "reserved storage, which leaves one allocation per published polyline, the polyline's own points, and "
+  "for a curve the algorithm's point block: 4 for a rectangle (four 2-point polylines), 23 for a curve. "
+  "Each polyline is a vector of its own that the draw thread may still hold while the next outline is "
+  "built, and each curve build hands the algorithm a fresh point block, so one allocation per control "
+  "would take a different outline layout; it is left as it is. The controls that move nothing of a PTZ "
+  "view (180, 360 and LAT moves, zoom commands the view refuses) allocate nothing.")
 w("- **Dewarping against the copy.** Before the vectorised kernel, perf on `BM_Ptz/1920`, one thread: 87% "
   "of the time in the scalar `RemapRows<3>`, spread over its loads and multiplications. The AVX2 kernel "
   "(eight pixels per step: two 8-byte gathers per pixel, one per source row, each bringing a pixel and its right "
