@@ -154,6 +154,14 @@ FISHEYE_AVX2 inline __m256i Vertical(__m256i _vTop, __m256i _vBottom, __m256i _v
     return _mm256_srli_epi32(_mm256_add_epi32(_mm256_madd_epi16(vPairs, _vWy), vBias), 16);
 }
 
+// One pixel per 128-bit lane: the pair pattern _vPattern picks it out of both rows' gathered bytes,
+// _vWx and _vWy are its horizontal and vertical weight pairs.
+FISHEYE_AVX2 inline __m256i Bilinear(__m256i _vTop, __m256i _vBottom, __m256i _vPattern, __m256i _vWx,
+                                     __m256i _vWy) {
+    return Vertical(_mm256_madd_epi16(_mm256_shuffle_epi8(_vTop, _vPattern), _vWx),
+                    _mm256_madd_epi16(_mm256_shuffle_epi8(_vBottom, _vPattern), _vWx), _vWy);
+}
+
 // Eight pixels at a time. Each source row of a pixel is one 8-byte read of a gather (the pixel and
 // its right neighbour, at most 8 bytes for up to 4 channels; without a right neighbour the bytes
 // after the pixel get a zero weight), spread into 16-bit pairs and weighted with pmaddwd:
@@ -213,21 +221,13 @@ FISHEYE_AVX2 void RemapRowAvx2(const STRUCT_RemapEntry* _pEntries, int _iCount,
         const __m256i vFy = _mm256_and_si256(_mm256_srli_epi32(vFlags, 8), vByte);
         const __m256i vWx = _mm256_or_si256(_mm256_sub_epi32(v256, vFx), _mm256_slli_epi32(vFx, 16));
         const __m256i vWy = _mm256_or_si256(_mm256_sub_epi32(v256, vFy), _mm256_slli_epi32(vFy, 16));
-        const __m256i vWx0 = _mm256_shuffle_epi32(vWx, 0x00);
-        const __m256i vWx1 = _mm256_shuffle_epi32(vWx, 0x55);
-        const __m256i vWx2 = _mm256_shuffle_epi32(vWx, 0xAA);
-        const __m256i vWx3 = _mm256_shuffle_epi32(vWx, 0xFF);
-        const __m256i vR02 = Vertical(_mm256_madd_epi16(_mm256_shuffle_epi8(vTopA, vFirst), vWx0),
-                                      _mm256_madd_epi16(_mm256_shuffle_epi8(vBottomA, vFirst), vWx0),
+        const __m256i vR02 = Bilinear(vTopA, vBottomA, vFirst, _mm256_shuffle_epi32(vWx, 0x00),
                                       _mm256_shuffle_epi32(vWy, 0x00));
-        const __m256i vR13 = Vertical(_mm256_madd_epi16(_mm256_shuffle_epi8(vTopA, vSecond), vWx1),
-                                      _mm256_madd_epi16(_mm256_shuffle_epi8(vBottomA, vSecond), vWx1),
+        const __m256i vR13 = Bilinear(vTopA, vBottomA, vSecond, _mm256_shuffle_epi32(vWx, 0x55),
                                       _mm256_shuffle_epi32(vWy, 0x55));
-        const __m256i vR46 = Vertical(_mm256_madd_epi16(_mm256_shuffle_epi8(vTopB, vFirst), vWx2),
-                                      _mm256_madd_epi16(_mm256_shuffle_epi8(vBottomB, vFirst), vWx2),
+        const __m256i vR46 = Bilinear(vTopB, vBottomB, vFirst, _mm256_shuffle_epi32(vWx, 0xAA),
                                       _mm256_shuffle_epi32(vWy, 0xAA));
-        const __m256i vR57 = Vertical(_mm256_madd_epi16(_mm256_shuffle_epi8(vTopB, vSecond), vWx3),
-                                      _mm256_madd_epi16(_mm256_shuffle_epi8(vBottomB, vSecond), vWx3),
+        const __m256i vR57 = Bilinear(vTopB, vBottomB, vSecond, _mm256_shuffle_epi32(vWx, 0xFF),
                                       _mm256_shuffle_epi32(vWy, 0xFF));
         // Four bytes per pixel in the order 0, 1, 4, 5 | 2, 3, 6, 7, black outside, then in order.
         __m256i vOut = _mm256_packus_epi16(_mm256_packus_epi32(vR02, vR13), _mm256_packus_epi32(vR46, vR57));

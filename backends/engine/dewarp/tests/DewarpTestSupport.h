@@ -68,6 +68,17 @@ inline bool Centroid(const STRUCT_Picture& _picture, double* _pdX, double* _pdY)
     return true;
 }
 
+// A view of the given kind, mount and output size; the other parameters keep their defaults.
+inline fisheye::STRUCT_ViewParams View(fisheye::n_ViewKind _eKind, fisheye::n_Mount _eMount, int _iWidth,
+                                       int _iHeight) {
+    fisheye::STRUCT_ViewParams tParams;
+    tParams.m_eKind = _eKind;
+    tParams.m_eMount = _eMount;
+    tParams.m_iWidth = _iWidth;
+    tParams.m_iHeight = _iHeight;
+    return tParams;
+}
+
 } // namespace dewarptest
 
 #endif // DEWARP_TEST_SUPPORT_H

@@ -33,15 +33,6 @@ void FillRandom(std::vector<std::uint8_t>& _vecData, std::uint32_t _uSeed) {
     }
 }
 
-STRUCT_ViewParams View(n_ViewKind _eKind, n_Mount _eMount, int _iWidth, int _iHeight) {
-    STRUCT_ViewParams tParams;
-    tParams.m_eKind = _eKind;
-    tParams.m_eMount = _eMount;
-    tParams.m_iWidth = _iWidth;
-    tParams.m_iHeight = _iHeight;
-    return tParams;
-}
-
 // Views of every kind, with black parts (outside the image circle, behind a wall lens), steps
 // missing on the source's last row and column (the source view), and 1 to 4 pixels per source
 // pixel.

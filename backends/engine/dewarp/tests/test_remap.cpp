@@ -14,15 +14,6 @@ namespace {
 
 constexpr int SOURCE = 1024;
 
-STRUCT_ViewParams View(n_ViewKind _eKind, n_Mount _eMount, int _iWidth, int _iHeight) {
-    STRUCT_ViewParams tParams;
-    tParams.m_eKind = _eKind;
-    tParams.m_eMount = _eMount;
-    tParams.m_iWidth = _iWidth;
-    tParams.m_iHeight = _iHeight;
-    return tParams;
-}
-
 // Renders a black fisheye picture holding one dot at the fisheye point _tPlane (whole picture as
 // the area) and returns where the dot's centroid lands, as fractions of the output.
 STRUCT_PlanePoint DotLandsAt(const STRUCT_ViewParams& _tParams, STRUCT_PlanePoint _tPlane) {
