@@ -3,4 +3,11 @@
 # class and the build files that make the DLL. CI compares it with .ci/windows-run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-git ls-files -z bindings api CMakeLists.txt cmake | sort -z | xargs -0 cat | sha256sum | cut -c1-16
+list_files() {
+    if git rev-parse --is-inside-work-tree >/dev/null 2>&1; then
+        git ls-files -z bindings api CMakeLists.txt cmake
+    else
+        find bindings api CMakeLists.txt cmake -type f -print0
+    fi
+}
+list_files | LC_ALL=C sort -z | xargs -0 cat | sha256sum | cut -c1-16
