@@ -15,12 +15,21 @@ if [ ! -f "$WINEPREFIX/system.reg" ]; then
     wineboot --init >/dev/null 2>&1
     wineserver --wait
 fi
+trap 'wineserver --kill >/dev/null 2>&1 || true' EXIT
 dir=build-windows
 cmake -S . -B "$dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DFISHPLAYER_BUILD_TESTS=ON \
     -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/mingw-w64-x86_64.cmake" -DFISHPLAYER_QT_PREFIX="$QT" >/dev/null
 cmake --build "$dir" -j"$JOBS"
 echo "== windows build: $(($(date +%s) - start)) s; its tests follow under Wine"
-ctest --test-dir "$dir" --output-on-failure -j"$JOBS" --timeout 600
-wineserver --kill || true
+if ! ctest --test-dir "$dir" --output-on-failure -j"$JOBS" --timeout 600; then
+    # Now and then Wine fails to start a test program ("wine client error:0: recvmsg: Connection
+    # reset by peer", before any test of it runs). Only then are the failed tests run once more. (A
+    # wineserver kept alive with --persistent avoided it but made the soak test time out.)
+    if ! grep -q "wine client error" "$dir/Testing/Temporary/LastTest.log"; then
+        exit 1
+    fi
+    echo "== windows: Wine lost a starting test program; the failed tests run once more"
+    ctest --test-dir "$dir" --output-on-failure --timeout 600 --rerun-failed
+fi
 echo "$(scripts/windows-stamp.sh) $(date -u +%Y-%m-%dT%H:%M:%SZ)" >.ci/windows-run
 echo "== windows: every test passed under Wine in $(($(date +%s) - start)) s; recorded in .ci/windows-run"
