@@ -24,7 +24,7 @@ echo "== windows build: $(($(date +%s) - start)) s; its tests follow under Wine"
 if ! ctest --test-dir "$dir" --output-on-failure -j"$JOBS" --timeout 600; then
     # Now and then Wine fails to start a test program ("wine client error:0: recvmsg: Connection
     # reset by peer", before any test of it runs). Only then are the failed tests run once more. (A
-    # wineserver kept alive with --persistent avoided it but made the soak test time out.)
+    # wineserver kept alive with --persistent was tried, but made the soak test time out.)
     if ! grep -q "wine client error" "$dir/Testing/Temporary/LastTest.log"; then
         exit 1
     fi
