@@ -21,9 +21,8 @@ target_include_directories(test_engine_e2e PRIVATE ${PROJECT_SOURCE_DIR}/tests/f
 target_link_libraries(test_engine_e2e PRIVATE korvane_test_streams fishplayer_dewarp)
 add_dependencies(test_engine_e2e korvane zeb_algo_fcu)
 add_test(NAME engine.e2e COMMAND test_engine_e2e)
-set_tests_properties(engine.e2e PROPERTIES
-    ENVIRONMENT "LD_LIBRARY_PATH=${FISHPLAYER_ENGINE_DIR}:${FISHPLAYER_ALGO_DIR}"
-    LABELS "e2e")
+set_tests_properties(engine.e2e PROPERTIES LABELS "e2e")
+fishplayer_search_path(engine.e2e ${FISHPLAYER_ENGINE_DIR} ${FISHPLAYER_ALGO_DIR})
 fishplayer_sanitizer_environment(engine.e2e)
 if(FISHPLAYER_SANITIZE STREQUAL "address")
     set_property(TEST engine.unit APPEND PROPERTY ENVIRONMENT
