@@ -38,6 +38,15 @@ std::vector<Polyline> Square(int _iX0, int _iY0, int _iX1, int _iY1) {
 
 class PTZOutline : public ViewTest {
 protected:
+    // The curved outline a new view at the picture's centre builds from the scripted lines.
+    std::vector<Polyline> CentredCurve() {
+        ExposedPTZ view;
+        void* pHandle = Handle();
+        const STRUCT_CorrectSetup tSetup = ViewSetup(1, CORRECT_TYPE_PTZ, 5000, 5000);
+        EXPECT_EQ(view.InitPTZDraw(pHandle, &tSetup, n_DrawType_Fec), 0);
+        return Outline(view);
+    }
+
     static Bytes ProcessRequest(int _iMode, int _iType, float _fX, float _fY, float _fZoom, int _iWidth,
                                 int _iHeight, std::int64_t _llKind) {
         return RecordBytes(112)
@@ -192,11 +201,7 @@ TEST_F(PTZOutline, LongPolylineIsCutAndTheWholeBlockIsUsable) {
     vecLines.insert(vecLines.begin(), longLine);
     vecLines.push_back(Polyline(2000, {0.75f, 1.0f}));
     FakeAlgo()->SetLines(vecLines);
-    ExposedPTZ view;
-    void* pHandle = Handle();
-    const STRUCT_CorrectSetup tSetup = ViewSetup(1, CORRECT_TYPE_PTZ, 5000, 5000);
-    EXPECT_EQ(view.InitPTZDraw(pHandle, &tSetup, n_DrawType_Fec), 0);
-    const std::vector<Polyline> outline = Outline(view);
+    const std::vector<Polyline> outline = CentredCurve();
     ASSERT_EQ(outline.size(), 16u);
     ASSERT_EQ(outline[0].size(), 2500u);
     EXPECT_EQ(outline[0].front().first, 0.0f);
@@ -217,11 +222,7 @@ TEST_F(PTZOutline, PointsClaimedBeyondTheBlockAreNotRead) {
     vecLines.push_back(Polyline(2500, {0.5f, 0.25f}));
     vecLines.push_back(Polyline(10, {0.5f, 0.5f}));
     FakeAlgo()->SetLines(vecLines);
-    ExposedPTZ view;
-    void* pHandle = Handle();
-    const STRUCT_CorrectSetup tSetup = ViewSetup(1, CORRECT_TYPE_PTZ, 5000, 5000);
-    EXPECT_EQ(view.InitPTZDraw(pHandle, &tSetup, n_DrawType_Fec), 0);
-    const std::vector<Polyline> outline = Outline(view);
+    const std::vector<Polyline> outline = CentredCurve();
     ASSERT_EQ(outline.size(), 18u);
     EXPECT_EQ(outline[15].size(), 1500u);
     ASSERT_EQ(outline[16].size(), 1000u); // cut at the block's end
@@ -232,11 +233,7 @@ TEST_F(PTZOutline, PointsClaimedBeyondTheBlockAreNotRead) {
 TEST_F(PTZOutline, LineCountBeyondTheBufferIsNotReadBeyondIt) {
     FakeAlgo()->SetLines(std::vector<Polyline>(22, Polyline{{0.5f, 0.5f}}));
     FakeAlgo()->SetLineNumOverride(30);
-    ExposedPTZ view;
-    void* pHandle = Handle();
-    const STRUCT_CorrectSetup tSetup = ViewSetup(1, CORRECT_TYPE_PTZ, 5000, 5000);
-    EXPECT_EQ(view.InitPTZDraw(pHandle, &tSetup, n_DrawType_Fec), 0);
-    EXPECT_EQ(Outline(view).size(), 22u);
+    EXPECT_EQ(CentredCurve().size(), 22u);
 }
 
 TEST_F(PTZOutline, NoPolylineIsAFailureWithAnEmptyList) {

@@ -14,15 +14,21 @@ namespace {
 
 constexpr int SOURCE = 1024;
 
+// The picture as the view shows it: a table built for the picture's size, applied once.
+STRUCT_Picture Render(STRUCT_Picture& _source, const STRUCT_ViewParams& _tParams) {
+    CLS_RemapTable table;
+    EXPECT_TRUE(table.Update(_tParams, _source.m_iWidth, _source.m_iHeight));
+    STRUCT_Picture output(_tParams.m_iWidth, _tParams.m_iHeight, _source.m_iChannels);
+    EXPECT_TRUE(table.Apply(_source.Image(), output.Image()));
+    return output;
+}
+
 // Renders a black fisheye picture holding one dot at the fisheye point _tPlane (whole picture as
 // the area) and returns where the dot's centroid lands, as fractions of the output.
 STRUCT_PlanePoint DotLandsAt(const STRUCT_ViewParams& _tParams, STRUCT_PlanePoint _tPlane) {
     STRUCT_Picture source(SOURCE, SOURCE);
     DrawDot(source, _tPlane.m_dX * SOURCE, _tPlane.m_dY * SOURCE);
-    CLS_RemapTable table;
-    EXPECT_TRUE(table.Update(_tParams, SOURCE, SOURCE));
-    STRUCT_Picture output(_tParams.m_iWidth, _tParams.m_iHeight);
-    EXPECT_TRUE(table.Apply(source.Image(), output.Image()));
+    STRUCT_Picture output = Render(source, _tParams);
     double dX = -1.0;
     double dY = -1.0;
     EXPECT_TRUE(Centroid(output, &dX, &dY)) << "the dot is not in the view";
@@ -136,10 +142,7 @@ TEST(RemapFeatures, FisheyeViewScalesTheAreaBoxToTheOutput) {
     DrawDot(source, 320 + 0.8 * 960, 20 + 0.3 * 960);
     STRUCT_ViewParams tParams = View(n_ViewKind::Fisheye, n_Mount::Ceiling, 480, 480);
     tParams.m_tArea = {0.2, 0.8, 0.02, 0.98};
-    CLS_RemapTable table;
-    ASSERT_TRUE(table.Update(tParams, 1600, 1000));
-    STRUCT_Picture output(480, 480);
-    ASSERT_TRUE(table.Apply(source.Image(), output.Image()));
+    STRUCT_Picture output = Render(source, tParams);
     double dX = 0.0;
     double dY = 0.0;
     ASSERT_TRUE(Centroid(output, &dX, &dY));
@@ -151,10 +154,7 @@ TEST(RemapFeatures, SourceViewOfTheSameSizeCopiesThePicture) {
     STRUCT_Picture source(320, 200);
     for (std::size_t i = 0; i < source.m_vecData.size(); ++i)
         source.m_vecData[i] = static_cast<std::uint8_t>((i * 7919u) >> 3);
-    CLS_RemapTable table;
-    ASSERT_TRUE(table.Update(View(n_ViewKind::Source, n_Mount::Ceiling, 320, 200), 320, 200));
-    STRUCT_Picture output(320, 200);
-    ASSERT_TRUE(table.Apply(source.Image(), output.Image()));
+    const STRUCT_Picture output = Render(source, View(n_ViewKind::Source, n_Mount::Ceiling, 320, 200));
     EXPECT_EQ(output.m_vecData, source.m_vecData);
 }
 
@@ -162,10 +162,7 @@ TEST(RemapFeatures, SourceViewScalesTheWholePicture) {
     STRUCT_Picture source(1000, 500);
     DrawDot(source, 300, 200, 4.0);
     const STRUCT_ViewParams tParams = View(n_ViewKind::Source, n_Mount::Wall, 500, 250);
-    CLS_RemapTable table;
-    ASSERT_TRUE(table.Update(tParams, 1000, 500));
-    STRUCT_Picture output(500, 250);
-    ASSERT_TRUE(table.Apply(source.Image(), output.Image()));
+    STRUCT_Picture output = Render(source, tParams);
     double dX = 0.0;
     double dY = 0.0;
     ASSERT_TRUE(Centroid(output, &dX, &dY));
@@ -354,10 +351,7 @@ TEST(RemapInterpolation, BlendsTheFourNeighboursBilinearly) {
     // A 2 x 2 picture stretched to 4 x 4: the inner samples fall a quarter pixel off the centres.
     STRUCT_Picture source(2, 2, 1);
     source.m_vecData = {0, 100, 200, 40};
-    CLS_RemapTable table;
-    ASSERT_TRUE(table.Update(View(n_ViewKind::Source, n_Mount::Ceiling, 4, 4), 2, 2));
-    STRUCT_Picture output(4, 4, 1);
-    ASSERT_TRUE(table.Apply(source.Image(), output.Image()));
+    STRUCT_Picture output = Render(source, View(n_ViewKind::Source, n_Mount::Ceiling, 4, 4));
     // Output (1, 1) samples (0.25, 0.25) past pixel (0, 0): 0.5625*0 + 0.1875*100 + 0.1875*200 + 0.0625*40.
     EXPECT_EQ(output.Pixel(1, 1)[0], 59);
     // Output (0, 0) is clamped onto pixel (0, 0); (3, 3) onto pixel (1, 1).
