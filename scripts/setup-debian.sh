@@ -10,5 +10,5 @@ apt-get install -y -qq --no-install-recommends \
     ca-certificates cmake ninja-build g++ make pkg-config \
     qtbase5-dev qt6-base-dev libgtest-dev libgmock-dev googletest libbenchmark-dev \
     clang-14 clang-format libclang-rt-14-dev libfuzzer-14-dev \
-    ffmpeg libavcodec-dev libavutil-dev libswscale-dev libxcb1-dev xvfb >/dev/null
+    ffmpeg libavcodec-dev libavutil-dev libswscale-dev libxcb1-dev libxcb-shm0-dev xvfb >/dev/null
 echo "setup: build and test tools installed"

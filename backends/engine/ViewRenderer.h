@@ -2,6 +2,8 @@
 #ifndef KORVANE_VIEW_RENDERER_H
 #define KORVANE_VIEW_RENDERER_H
 
+#include "RenderTarget.h"
+
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -10,13 +12,6 @@ namespace korvane {
 
 // A decoded picture: RGB, 3 bytes a pixel, rows top to bottom without padding.
 struct Frame {
-    int m_iWidth = 0;
-    int m_iHeight = 0;
-    std::vector<std::uint8_t> m_vecRgb;
-};
-
-// A rendering target: the same layout as a frame, of a fixed size.
-struct Surface {
     int m_iWidth = 0;
     int m_iHeight = 0;
     std::vector<std::uint8_t> m_vecRgb;
@@ -55,14 +50,14 @@ struct ViewParams {
 class CLS_ViewRenderer {
 public:
     virtual ~CLS_ViewRenderer() = default;
-    // Fills the whole of _tDst from _tSrc (both non-empty).
-    virtual void Render(const Frame& _tSrc, const ViewParams& _tParams, Surface& _tDst) = 0;
+    // Fills the whole of _tDst, in its pixel format, from _tSrc (both non-empty).
+    virtual void Render(const Frame& _tSrc, const ViewParams& _tParams, const STRUCT_TargetBuffer& _tDst) = 0;
 };
 
 // The first renderer: the source picture scaled to the target (nearest pixel), for every kind.
 class CLS_CopyRenderer : public CLS_ViewRenderer {
 public:
-    void Render(const Frame& _tSrc, const ViewParams& _tParams, Surface& _tDst) override;
+    void Render(const Frame& _tSrc, const ViewParams& _tParams, const STRUCT_TargetBuffer& _tDst) override;
 };
 
 // The dewarping renderer: every kind computed from the shared fisheye geometry through a remap
@@ -72,11 +67,13 @@ class CLS_DewarpRenderer : public CLS_ViewRenderer {
 public:
     CLS_DewarpRenderer();
     ~CLS_DewarpRenderer() override;
-    void Render(const Frame& _tSrc, const ViewParams& _tParams, Surface& _tDst) override;
+    void Render(const Frame& _tSrc, const ViewParams& _tParams, const STRUCT_TargetBuffer& _tDst) override;
 
 private:
     struct STRUCT_Table;
     std::unique_ptr<STRUCT_Table> m_pTable;
+    // The view in RGB for targets of another pixel format, kept across pictures.
+    std::vector<std::uint8_t> m_vecRgb;
 };
 
 // The renderer that the engine gives a new view of kind _iKind: the dewarping one.

@@ -1,10 +1,11 @@
 // Remap tables and the bilinear remap of the open player engine's views; see Dewarp.h.
 #include "Dewarp.h"
 
+#include "ThreadPool.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <system_error>
 #include <thread>
 
 #if (defined(__x86_64__) || defined(__i386__)) && (defined(__GNUC__) || defined(__clang__))
@@ -18,28 +19,15 @@ namespace fisheye {
 
 namespace {
 
-// Runs _fn(first, last) over [0, _iRows) split into contiguous bands, one per thread; the calling
-// thread takes the first band. Bands of whole rows keep each thread's writes apart. A thread that
-// cannot be started (the system is out of threads) has its band run on the calling thread.
+// Runs _fn(first, last) over [0, _iRows) split into contiguous bands, _iThreads of them (one per
+// core for 0), on the shared pool; the calling thread takes part. Bands of whole rows keep each
+// thread's writes apart.
 template <typename Fn> void ForRowBands(int _iRows, int _iThreads, Fn _fn) {
-    const int iThreads = std::clamp(_iThreads > 0 ? _iThreads : DefaultThreadCount(), 1, std::max(_iRows, 1));
+    const int iBands = std::clamp(_iThreads > 0 ? _iThreads : DefaultThreadCount(), 1, std::max(_iRows, 1));
     auto bandStart = [&](int _iBand) {
-        return static_cast<int>(static_cast<long long>(_iRows) * _iBand / iThreads);
+        return static_cast<int>(static_cast<long long>(_iRows) * _iBand / iBands);
     };
-    std::vector<std::thread> vecThreads;
-    vecThreads.reserve(static_cast<std::size_t>(iThreads - 1));
-    for (int i = 1; i < iThreads; ++i) {
-        const int iFirst = bandStart(i);
-        const int iLast = bandStart(i + 1);
-        try {
-            vecThreads.emplace_back([&_fn, iFirst, iLast] { _fn(iFirst, iLast); });
-        } catch (const std::system_error&) {
-            _fn(iFirst, iLast);
-        }
-    }
-    _fn(0, bandStart(1));
-    for (std::thread& thread : vecThreads)
-        thread.join();
+    CLS_ThreadPool::Shared().Run(iBands, [&](int _iBand) { _fn(bandStart(_iBand), bandStart(_iBand + 1)); });
 }
 
 // One axis of an entry: the source position (in pixels, centres at n + 0.5) as the left or upper
