@@ -4,6 +4,7 @@
 #ifndef FISHEYE_THREAD_POOL_H
 #define FISHEYE_THREAD_POOL_H
 
+#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -13,6 +14,8 @@
 #include <vector>
 
 namespace fisheye {
+
+int DefaultThreadCount(); // Dewarp.h
 
 class CLS_ThreadPool {
 public:
@@ -46,6 +49,17 @@ private:
     bool m_blStop = false;
     std::vector<std::thread> m_vecThreads;
 };
+
+// Runs _fn(first, last) over [0, _iRows) split into contiguous bands, _iBands of them (one per core
+// for 0), on the shared pool; the calling thread takes part. Bands of whole rows keep each thread's
+// writes apart.
+template <typename Fn> void RunInRowBands(int _iRows, int _iBands, Fn _fn) {
+    const int iBands = std::clamp(_iBands > 0 ? _iBands : DefaultThreadCount(), 1, std::max(_iRows, 1));
+    auto bandStart = [&](int _iBand) {
+        return static_cast<int>(static_cast<long long>(_iRows) * _iBand / iBands);
+    };
+    CLS_ThreadPool::Shared().Run(iBands, [&](int _iBand) { _fn(bandStart(_iBand), bandStart(_iBand + 1)); });
+}
 
 } // namespace fisheye
 
