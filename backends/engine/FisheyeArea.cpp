@@ -27,16 +27,21 @@ bool FindFisheyeArea(const Frame& _tFrame, PictureArea* _ptArea) {
     const int iW = _tFrame.m_iWidth;
     const int iH = _tFrame.m_iHeight;
     const int iStep = std::max(1, std::min(iW, iH) / 512);
+    // Dark grey: an RGB mean of 40, or its luma in the planes' range.
     constexpr int DARK = 3 * 40; // sum of the three channels
+    const bool blPlanes = _tFrame.HasPlanes();
+    const int iDarkLuma = _tFrame.m_tPlanes.m_blFullRange ? 40 : 16 + 40 * 219 / 255;
     std::vector<int> vecColumns(static_cast<size_t>(iW), 0);
     int iTop = -1;
     int iBottom = -1;
     for (int y = 0; y < iH; y += iStep) {
-        const std::uint8_t* pcRow = _tFrame.m_vecRgb.data() + static_cast<size_t>(y) * iW * 3;
+        const std::uint8_t* pcRow = blPlanes ? _tFrame.m_tPlanes.m_apcPlane[0] +
+                                                   static_cast<size_t>(y) * _tFrame.m_tPlanes.m_aiStride[0]
+                                             : _tFrame.m_vecRgb.data() + static_cast<size_t>(y) * iW * 3;
         int iBright = 0;
         for (int x = 0; x < iW; x += iStep) {
-            const std::uint8_t* pc = pcRow + static_cast<size_t>(x) * 3;
-            if (pc[0] + pc[1] + pc[2] > DARK) {
+            const std::uint8_t* pc = pcRow + static_cast<size_t>(x) * (blPlanes ? 1 : 3);
+            if (blPlanes ? pc[0] > iDarkLuma : pc[0] + pc[1] + pc[2] > DARK) {
                 ++iBright;
                 ++vecColumns[static_cast<size_t>(x)];
             }

@@ -26,13 +26,17 @@ int Capture(int _iPlayId, const char* _pcPath, int _iFormat) {
     }
     if (tPicture.m_iWidth <= 0 || tPicture.m_iHeight <= 0)
         return KW_ERR_NO_PICTURE;
+    // Pictures keep the decoder's planes: only a capture converts a whole one.
+    std::vector<std::uint8_t> vecRgb;
+    if (!PictureRgb(tPicture, &vecRgb))
+        return KW_ERR_INTERNAL;
     switch (_iFormat) {
     case KW_CAPTURE_PNG:
-        return WritePng(_pcPath, tPicture.m_vecRgb.data(), tPicture.m_iWidth, tPicture.m_iHeight);
+        return WritePng(_pcPath, vecRgb.data(), tPicture.m_iWidth, tPicture.m_iHeight);
     case KW_CAPTURE_PPM:
-        return WritePpm(_pcPath, tPicture.m_vecRgb.data(), tPicture.m_iWidth, tPicture.m_iHeight);
+        return WritePpm(_pcPath, vecRgb.data(), tPicture.m_iWidth, tPicture.m_iHeight);
     default:
-        return WriteBmp(_pcPath, tPicture.m_vecRgb.data(), tPicture.m_iWidth, tPicture.m_iHeight);
+        return WriteBmp(_pcPath, vecRgb.data(), tPicture.m_iWidth, tPicture.m_iHeight);
     }
 }
 

@@ -21,6 +21,20 @@ inline void StorePixel(const std::uint8_t* _pcRgb, n_PixelFormat _eFormat, std::
     }
 }
 
+// The RGB of pixel (_iX, _iY) of a picture with planes.
+void PlanePixel(const fisheye::STRUCT_YuvImage& _tPlanes, int _iX, int _iY, std::uint8_t* _pcRgb) {
+    const bool blNv12 = fisheye::n_YuvLayout::Nv12 == _tPlanes.m_eLayout;
+    const int iChromaY = fisheye::n_YuvLayout::I422 == _tPlanes.m_eLayout ? _iY : _iY / 2;
+    const std::uint8_t* pcU = _tPlanes.m_apcPlane[1] +
+                              static_cast<size_t>(iChromaY) * _tPlanes.m_aiStride[1] +
+                              static_cast<size_t>(_iX / 2) * (blNv12 ? 2 : 1);
+    const std::uint8_t* pcV =
+        blNv12 ? pcU + 1
+               : _tPlanes.m_apcPlane[2] + static_cast<size_t>(iChromaY) * _tPlanes.m_aiStride[2] + _iX / 2;
+    fisheye::YuvToRgb(_tPlanes.m_apcPlane[0][static_cast<size_t>(_iY) * _tPlanes.m_aiStride[0] + _iX], *pcU,
+                      *pcV, _tPlanes.m_blFullRange, _pcRgb);
+}
+
 } // namespace
 
 void CLS_CopyRenderer::Render(const Frame& _tSrc, const ViewParams&, const STRUCT_TargetBuffer& _tDst) {
@@ -37,8 +51,16 @@ void CLS_CopyRenderer::Render(const Frame& _tSrc, const ViewParams&, const STRUC
         vecColumn[static_cast<size_t>(x)] = static_cast<int>(static_cast<long long>(x) * iSrcW / iDstW);
     for (int y = 0; y < iDstH; ++y) {
         const int iSrcY = static_cast<int>(static_cast<long long>(y) * iSrcH / iDstH);
-        const std::uint8_t* pcSrcRow = _tSrc.m_vecRgb.data() + static_cast<size_t>(iSrcY) * iSrcW * 3;
         std::uint8_t* pcDstRow = _tDst.m_pData + static_cast<size_t>(y) * _tDst.m_iStride;
+        if (_tSrc.HasPlanes()) {
+            for (int x = 0; x < iDstW; ++x) {
+                std::uint8_t acRgb[3];
+                PlanePixel(_tSrc.m_tPlanes, vecColumn[static_cast<size_t>(x)], iSrcY, acRgb);
+                StorePixel(acRgb, _tDst.m_eFormat, pcDstRow + static_cast<size_t>(x) * uPixel);
+            }
+            continue;
+        }
+        const std::uint8_t* pcSrcRow = _tSrc.m_vecRgb.data() + static_cast<size_t>(iSrcY) * iSrcW * 3;
         if (iSrcW == iDstW && n_PixelFormat::Rgb24 == _tDst.m_eFormat) {
             std::memcpy(pcDstRow, pcSrcRow, static_cast<size_t>(iDstW) * 3);
             continue;
@@ -102,6 +124,15 @@ void CLS_DewarpRenderer::Render(const Frame& _tSrc, const ViewParams& _tParams,
     tView.m_dRotation = _tParams.m_fRotateAngle;
     tView.m_iWidth = _tDst.m_iWidth;
     tView.m_iHeight = _tDst.m_iHeight;
+    if (_tSrc.HasPlanes()) {
+        const fisheye::n_PixelOrder eOrder = n_PixelFormat::Bgrx32 == _tDst.m_eFormat
+                                                 ? fisheye::n_PixelOrder::Bgrx32
+                                                 : fisheye::n_PixelOrder::Rgb24;
+        if (!m_yuv.Update(tView, _tSrc.m_iWidth, _tSrc.m_iHeight, _tSrc.m_tPlanes.m_eLayout) ||
+            !m_yuv.Apply(_tSrc.m_tPlanes, _tDst.m_pData, _tDst.m_iStride, eOrder))
+            CLS_CopyRenderer().Render(_tSrc, _tParams, _tDst);
+        return;
+    }
     fisheye::CLS_RemapTable& table = m_pTable->m_table;
     if (!table.Update(tView, _tSrc.m_iWidth, _tSrc.m_iHeight)) {
         // Sizes the table refuses: show the picture as it is rather than nothing.

@@ -1,10 +1,17 @@
-// The render targets (surface, null) and the renderers drawing into their buffers in each pixel
-// format.
+// The render targets (surface, null), the renderers drawing into their buffers in each pixel
+// format, and the decoder's pictures that keep their planes.
+#include "EngineTest.h"
 #include "RenderTarget.h"
+#include "StreamDecoder.h"
 #include "ViewRenderer.h"
+
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdint>
 #include <vector>
 
@@ -158,4 +165,77 @@ TEST(EngineTargets, ASizedNullTargetHandsOutABufferOfItsFormat) {
             _tBuffer.m_pData[5 * 4 * 4 - 1] = 1; // the whole buffer is writable
         }));
     EXPECT_EQ(tTarget.Presented(), 2);
+}
+
+namespace {
+
+struct STRUCT_DecodedCase {
+    const char* m_pcEncoder;
+    AVPixelFormat m_eFormat;
+    bool m_blPlanes;
+    fisheye::n_YuvLayout m_eLayout;
+    bool m_blFullRange;
+};
+
+double Psnr(const std::vector<std::uint8_t>& _vecA, const std::vector<std::uint8_t>& _vecB) {
+    double dSum = 0.0;
+    for (size_t i = 0; i < _vecA.size(); ++i)
+        dSum += (static_cast<double>(_vecA[i]) - _vecB[i]) * (static_cast<double>(_vecA[i]) - _vecB[i]);
+    return dSum == 0.0 ? 99.0 : 10.0 * std::log10(255.0 * 255.0 * static_cast<double>(_vecA.size()) / dSum);
+}
+
+} // namespace
+
+TEST(EngineDecoder, PicturesKeepTheDecodersPlanesWhereTheRenderersReadThem) {
+    const STRUCT_DecodedCase atCases[] = {
+        {"libx264", AV_PIX_FMT_YUV420P, true, fisheye::n_YuvLayout::I420, false},
+        {"mjpeg", AV_PIX_FMT_YUVJ420P, true, fisheye::n_YuvLayout::I420, true},
+        {"mjpeg", AV_PIX_FMT_YUVJ422P, true, fisheye::n_YuvLayout::I422, true},
+        {"libx264", AV_PIX_FMT_YUV422P, true, fisheye::n_YuvLayout::I422, false},
+        // A layout the renderers do not read: converted to RGB as it is decoded.
+        {"libx264", AV_PIX_FMT_YUV444P, false, fisheye::n_YuvLayout::I420, false},
+    };
+    for (const STRUCT_DecodedCase& tCase : atCases) {
+        SCOPED_TRACE(testing::Message() << tCase.m_pcEncoder << " " << av_get_pix_fmt_name(tCase.m_eFormat));
+        std::vector<std::uint8_t> vecStream =
+            MakeStream(tCase.m_pcEncoder, TEST_WIDTH, TEST_HEIGHT, 3, TEST_DISC, tCase.m_eFormat);
+        ASSERT_FALSE(vecStream.empty());
+        korvane::CLS_StreamDecoder tDecoder;
+        int iPictures = 0;
+        korvane::Frame tKept;
+        tDecoder.Feed(vecStream.data(), vecStream.size(), [&](const korvane::Frame& _tFrame) {
+            ++iPictures;
+            EXPECT_EQ(_tFrame.m_iWidth, TEST_WIDTH);
+            EXPECT_EQ(_tFrame.m_iHeight, TEST_HEIGHT);
+            EXPECT_EQ(_tFrame.HasPlanes(), tCase.m_blPlanes);
+            if (_tFrame.HasPlanes()) {
+                EXPECT_EQ(_tFrame.m_tPlanes.m_eLayout, tCase.m_eLayout);
+                EXPECT_EQ(_tFrame.m_tPlanes.m_blFullRange, tCase.m_blFullRange);
+                EXPECT_TRUE(_tFrame.m_vecRgb.empty());
+            } else {
+                EXPECT_EQ(_tFrame.m_vecRgb.size(), static_cast<size_t>(TEST_WIDTH) * TEST_HEIGHT * 3);
+            }
+            tKept = _tFrame; // outlives the decoder's next picture
+            return true;
+        });
+        EXPECT_GE(iPictures, 1);
+        // A view from the planes against the same view from the picture converted whole.
+        std::vector<std::uint8_t> vecRgb;
+        ASSERT_TRUE(korvane::PictureRgb(tKept, &vecRgb));
+        ASSERT_EQ(vecRgb.size(), static_cast<size_t>(TEST_WIDTH) * TEST_HEIGHT * 3);
+        korvane::Frame tConverted;
+        tConverted.m_iWidth = TEST_WIDTH;
+        tConverted.m_iHeight = TEST_HEIGHT;
+        tConverted.m_vecRgb = vecRgb;
+        for (int iKind : {korvane::n_ViewKind_PTZ, korvane::n_ViewKind_360, korvane::n_ViewKind_Source}) {
+            korvane::ViewParams tParams;
+            tParams.m_iKind = iKind;
+            tParams.m_iMountMode = 2;
+            PaddedBuffer tFromPlanes(120, 90, n_PixelFormat::Rgb24, 0);
+            PaddedBuffer tFromRgb(120, 90, n_PixelFormat::Rgb24, 0);
+            korvane::CLS_DewarpRenderer().Render(tKept, tParams, tFromPlanes.m_tBuffer);
+            korvane::CLS_DewarpRenderer().Render(tConverted, tParams, tFromRgb.m_tBuffer);
+            EXPECT_GT(Psnr(tFromPlanes.m_vecBytes, tFromRgb.m_vecBytes), 45.0) << "view kind " << iKind;
+        }
+    }
 }
