@@ -1,6 +1,7 @@
-// A view's picture straight from a decoder's own planes: luma and chroma are each remapped at their
-// own resolution through a table of their own, and each output pixel is converted to RGB as it is
-// written. No picture is converted whole; only the view's pixels are.
+// A view's picture straight from a decoder's own planes: luma and chroma are each remapped from their
+// own plane through a table of their own (chroma at half the view's resolution each way, as in the
+// source), and each output pixel is converted to RGB as it is written. No picture is converted
+// whole; only the view's pixels are.
 #ifndef FISHEYE_YUV_REMAP_H
 #define FISHEYE_YUV_REMAP_H
 

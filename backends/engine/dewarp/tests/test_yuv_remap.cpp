@@ -159,6 +159,10 @@ TEST(RemapYuv, AFlatPictureGivesItsColourInsideAndBlackOutside) {
         YuvToRgb(81, 90, 240, false, acRed);
         const std::vector<int> vecRed{acRed[0], acRed[1], acRed[2]};
         ASSERT_GT(vecRed[0], 250);
+        // At the rim, where a 2 x 2 block's chroma sample falls outside: the luma without colour.
+        std::uint8_t acRim[3];
+        YuvToRgb(81, 128, 128, false, acRim);
+        const std::vector<int> vecRim{acRim[0], acRim[1], acRim[2]};
         // The whole fisheye: black corners outside the image circle, red inside.
         CLS_YuvRemap remap;
         ASSERT_TRUE(remap.Update(View(n_ViewKind::Fisheye, n_Mount::Ceiling, 40, 40), 64, 48, eLayout));
@@ -167,6 +171,7 @@ TEST(RemapYuv, AFlatPictureGivesItsColourInsideAndBlackOutside) {
             const std::vector<std::uint8_t> vecOut =
                 Render(remap, planes.m_tImage, eOrder, 0, n_RemapKernel::Best);
             int iInside = 0;
+            int iRim = 0;
             for (int y = 0; y < 40; ++y)
                 for (int x = 0; x < 40; ++x) {
                     const std::uint8_t* pc = vecOut.data() + (static_cast<std::size_t>(y) * 40 + x) * iBytes;
@@ -174,12 +179,18 @@ TEST(RemapYuv, AFlatPictureGivesItsColourInsideAndBlackOutside) {
                     const int iBlue = n_PixelOrder::Bgrx32 == eOrder ? pc[0] : pc[2];
                     const bool blInside = remap.Luma().Entry(x, y).m_uFlags & CLS_RemapTable::INSIDE;
                     iInside += blInside ? 1 : 0;
-                    const std::vector<int> vecExpected = blInside ? vecRed : std::vector<int>{0, 0, 0};
+                    const bool blColour =
+                        remap.Chroma().Entry(x / 2, y / 2).m_uFlags & CLS_RemapTable::INSIDE;
+                    const std::vector<int> vecExpected = !blInside  ? std::vector<int>{0, 0, 0}
+                                                         : blColour ? vecRed
+                                                                    : vecRim;
+                    iRim += blInside && !blColour ? 1 : 0;
                     ASSERT_EQ((std::vector<int>{iRed, pc[1], iBlue}), vecExpected) << x << "," << y;
                     if (iBytes == 4)
                         ASSERT_EQ(pc[3], 0);
                 }
             EXPECT_GT(iInside, 40 * 40 / 2);
+            EXPECT_LT(iRim, 40 * 4); // a thin ring at most
             EXPECT_LT(iInside, 40 * 40);
         }
     }
