@@ -194,7 +194,7 @@ int CLS_FishPlayer::CreateMainPlayer(const STRUCT_FishEyeParam& _tParam, const v
     if (iRet < 0) {
         CLS_ZebLog::Warning(
             "[  CLS_FishPlayer::CreateMainPlayer pMainPlayer->CreateMainPlayer fail iRet = ", iRet, " ]");
-        delete pMainPlayer; // a failed creation leaves nothing behind
+        CLS_MainPlayer::DiscardFailedCreation(pMainPlayer);
         return iRet;
     }
     m_qmapMainPlayer[*_pFishMainPlyerID] = pMainPlayer;
@@ -231,7 +231,7 @@ int CLS_FishPlayer::CreateMainPlayer(const STRUCT_FishEyeParam& _tParam, const v
     if (iRet < 0) {
         CLS_ZebLog::Warning(
             "[  CLS_FishPlayer::CreateMainPlayer pMainPlayer->CreateMainPlayer fail iRet = ", iRet, " ]");
-        delete pMainPlayer; // a failed creation leaves nothing behind
+        CLS_MainPlayer::DiscardFailedCreation(pMainPlayer);
         return iRet;
     }
     m_qmapMainPlayer[*_pFishMainPlyerID] = pMainPlayer;

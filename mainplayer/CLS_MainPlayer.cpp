@@ -103,6 +103,11 @@ CLS_MainPlayer::~CLS_MainPlayer() {
         QWriteLocker qlocker(&g_qrwlockLivePlayers);
         g_qsetLivePlayers.remove(this);
     }
+    if (m_blDiscarded) {
+        if (nullptr != m_pFcuHandle && nullptr != CLS_ZebAlgoFcu::ZebAlgo_FCU_Release)
+            CLS_ZebAlgoFcu::ZebAlgo_FCU_Release(m_pFcuHandle);
+        return;
+    }
     if (nullptr == m_pFcuHandle || nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Release) {
         // Nothing is released, but a draw thread must not outlive the object it reads.
         CLS_ZebLog::Warning("[  CLS_MainPlayer::~CLS_MainPlayer nullptr == m_pFcuHandle ]");
@@ -115,6 +120,12 @@ CLS_MainPlayer::~CLS_MainPlayer() {
     tStop.m_pUser = this;
     PlayerControl(m_iPlayIndex, &tStop, 0);
     CLS_MainPlayer::DeleteAllPlayer();
+}
+
+void CLS_MainPlayer::DiscardFailedCreation(CLS_MainPlayer* _pMainPlayer) {
+    // A failed creation never subscribed to user data nor started views or a draw thread.
+    _pMainPlayer->m_blDiscarded = true;
+    delete _pMainPlayer;
 }
 
 int CLS_MainPlayer::CreateMainPlayer(const STRUCT_FishEyeParam&, const void*, const QString&, int*) {

@@ -48,6 +48,11 @@ public:
     virtual int ReservedOperation1(); // not provided, always -1
     virtual int ReservedOperation2(); // not provided, always -1
 
+    // Frees a main player whose creation failed. It calls the engine no further and logs nothing:
+    // only its algorithm handle is released, as nothing else was opened that a failed creation
+    // may close.
+    static void DiscardFailedCreation(CLS_MainPlayer* _pMainPlayer);
+
     // User data.
     int ApplyTLDSet(const osd_TLDCSet* _pTLDSet);
     static void UserDataCallBack(int _iPlayIndex, int _iDataType, const unsigned char* _pcData, int _iLength,
@@ -105,8 +110,9 @@ protected:
     QMutex m_mutexDraw;                                         // held for one draw pass
     std::atomic<bool> m_blDrawThreadStop{true};                 // polled by the draw thread
     std::unique_ptr<std::thread> m_pDrawThread;
-    QMutex m_mutexDrawThread; // guards m_pDrawThread and its start and stop
-    QMutex m_mutexFishEye;    // serialises EnableFishEye between client and engine threads
+    QMutex m_mutexDrawThread;   // guards m_pDrawThread and its start and stop
+    QMutex m_mutexFishEye;      // serialises EnableFishEye between client and engine threads
+    bool m_blDiscarded = false; // set by DiscardFailedCreation: destruction touches the engine no more
 };
 
 #endif // CLS_MAIN_PLAYER_H
