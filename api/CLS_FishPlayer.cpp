@@ -70,7 +70,7 @@ int CLS_FishPlayer::FishPlayer_StopRevChUserDate(int _iPlayIndex) {
         return -1; // an engine without the function cannot deliver user data either
     STRUCT_UserDataCallBackParam tRecord{};
     tRecord.m_iSize = sizeof(STRUCT_UserDataCallBackParam);
-    return CLS_ZebPlayer_SDK::KW_PlayerControl(_iPlayIndex, KW_PLAYER_CONTROL_USER_DATA, &tRecord,
+    return CLS_ZebPlayer_SDK::KW_PlayerControl(_iPlayIndex, KW_CONTROL_USER_DATA, &tRecord,
                                                sizeof(STRUCT_UserDataCallBackParam), 0);
 }
 

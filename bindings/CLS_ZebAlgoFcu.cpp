@@ -28,7 +28,7 @@ int CLS_ZebAlgoFcu::LoadLib() {
         CLS_ZebLog::Warning("[ CLS_ZebAlgoFcu::LoadLib nullptr == ", #name, " ]");                           \
         iRet = -1;                                                                                           \
     }
-#include "ZebAlgoFunctions.inc"
+#include "abi/ZebAlgoExports.inc"
 #undef ZEB_FCU_FN
     // Published last, so that a thread that sees the flag also sees the pointers.
     m_blLoaded = true;

@@ -56,8 +56,7 @@ STRUCT_FcuInitParam MakeFcuInitParam(int _iWidth, int _iHeight, double _dLeft, d
 int PlayerControl(int _iPlayIndex, STRUCT_UserDataCallBackParam* _pParam, int _iParamSize) {
     if (nullptr == CLS_ZebPlayer_SDK::KW_PlayerControl)
         return -1;
-    return CLS_ZebPlayer_SDK::KW_PlayerControl(_iPlayIndex, KW_PLAYER_CONTROL_USER_DATA, _pParam, _iParamSize,
-                                               0);
+    return CLS_ZebPlayer_SDK::KW_PlayerControl(_iPlayIndex, KW_CONTROL_USER_DATA, _pParam, _iParamSize, 0);
 }
 
 // The body of the operations that are declared but not provided.
@@ -272,7 +271,7 @@ int CLS_MainPlayer::ApplyTLDSet(const osd_TLDCSet* _pTLDSet) {
 
 void CLS_MainPlayer::UserDataCallBack(int, int _iDataType, const unsigned char* _pcData, int _iLength,
                                       void* _pUser) {
-    if (nullptr == _pcData || nullptr == _pUser || USER_DATA_TYPE_TLD != _iDataType)
+    if (nullptr == _pcData || nullptr == _pUser || KW_USER_DATA_FISHEYE_AREA != _iDataType)
         return;
     // The payload is copied up to the size of the record, whatever length the engine gives.
     osd_TLDCSet tTLDSet{};

@@ -4,8 +4,8 @@
 #define CLS_MAIN_PLAYER_H
 
 #include "api/FishPlayerTypes.h"
-#include "bindings/ZebAlgoRecords.h"
-#include "bindings/ZebPlayerRecords.h"
+#include "abi/ZebAlgoRecords.h"
+#include "abi/ZebPlayerRecords.h"
 
 #include <QMap>
 #include <QMutex>

@@ -58,8 +58,8 @@ int CLS_PTZSubPlayer::GetCorrectPara(STRUCT_PTZCorrectPara* _pPara) {
             "[  CLS_PTZSubPlayer::DeletePlayer nullptr == CLS_ZebPlayer_SDK::KW_GetFishEyeCorrectPara ]");
         return -1;
     }
-    return CLS_ZebPlayer_SDK::KW_GetFishEyeCorrectPara(m_iMainPlayId, m_iSubPlayId, KW_CORRECT_PARA_PTZ,
-                                                       _pPara, sizeof(STRUCT_PTZCorrectPara));
+    return CLS_ZebPlayer_SDK::KW_GetFishEyeCorrectPara(m_iMainPlayId, m_iSubPlayId, KW_PARA_PTZ, _pPara,
+                                                       sizeof(STRUCT_PTZCorrectPara));
 }
 
 int CLS_PTZSubPlayer::SetCorrectPara(STRUCT_PTZCorrectPara* _pPara, bool _blForce) {
@@ -130,8 +130,8 @@ int CLS_PTZSubPlayer::SetCorrectPara(STRUCT_PTZCorrectPara* _pPara, bool _blForc
     }
     _pPara->iPTZPositionX = CLS_ZebMath::TruncToInt(tOut.m_fX * 10000.0);
     _pPara->iPTZPositionY = CLS_ZebMath::TruncToInt(tOut.m_fY * 10000.0);
-    return CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectPara(m_iMainPlayId, m_iSubPlayId, KW_CORRECT_PARA_PTZ,
-                                                       _pPara, sizeof(STRUCT_PTZCorrectPara));
+    return CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectPara(m_iMainPlayId, m_iSubPlayId, KW_PARA_PTZ, _pPara,
+                                                       sizeof(STRUCT_PTZCorrectPara));
 }
 
 void CLS_PTZSubPlayer::StorePosition(int _iX, int _iY) {

@@ -60,8 +60,8 @@ template <typename TTexts> int CLS_PanoramaSubPlayer<TTexts>::GetCorrectPara(STR
         CLS_ZebLog::Warning(TTexts::m_pcGetUnbound);
         return -1;
     }
-    return CLS_ZebPlayer_SDK::KW_GetFishEyeCorrectPara(m_iMainPlayId, m_iSubPlayId, KW_CORRECT_PARA_PANORAMA,
-                                                       _pPara, sizeof(STRUCT_PanoramaPara));
+    return CLS_ZebPlayer_SDK::KW_GetFishEyeCorrectPara(m_iMainPlayId, m_iSubPlayId, KW_PARA_PANORAMA, _pPara,
+                                                       sizeof(STRUCT_PanoramaPara));
 }
 
 template <typename TTexts> int CLS_PanoramaSubPlayer<TTexts>::SetCorrectPara(STRUCT_PanoramaPara* _pPara) {
@@ -73,8 +73,8 @@ template <typename TTexts> int CLS_PanoramaSubPlayer<TTexts>::SetCorrectPara(STR
         CLS_ZebLog::Warning(TTexts::m_pcSetUnbound);
         return -1;
     }
-    return CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectPara(m_iMainPlayId, m_iSubPlayId, KW_CORRECT_PARA_PANORAMA,
-                                                       _pPara, sizeof(STRUCT_PanoramaPara));
+    return CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectPara(m_iMainPlayId, m_iSubPlayId, KW_PARA_PANORAMA, _pPara,
+                                                       sizeof(STRUCT_PanoramaPara));
 }
 
 #endif // CLS_PANORAMA_SUB_PLAYER_H
