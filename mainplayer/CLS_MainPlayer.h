@@ -48,6 +48,20 @@ public:
     virtual int ReservedOperation1(); // not provided, always -1
     virtual int ReservedOperation2(); // not provided, always -1
 
+    // The argument checks of a stream creation, which the facade's two creation steps and the main
+    // player each make with lines of their own, in this order. A null line leaves its check to the
+    // caller; the main player writes its lines at info level.
+    struct STRUCT_StreamArgumentLines {
+        const char* m_pcNullWindow;
+        const char* m_pcNullHeader;
+        const char* m_pcBadHeadSize;
+        const char* m_pcNullId;
+        bool m_blInfo = false;
+    };
+    static int CheckStreamArguments(const STRUCT_StreamArgumentLines& _tLines, const void* _pMainWindow,
+                                    const unsigned char* _pcVideoHeader, int _iHeadSize,
+                                    const int* _pFishMainPlyerID);
+
     // Frees a main player whose creation failed. It calls the engine no further and logs nothing:
     // only its algorithm handle is released, as nothing else was opened that a failed creation
     // may close.
