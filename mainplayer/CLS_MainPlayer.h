@@ -97,8 +97,9 @@ public:
 protected:
     // Starts the draw thread unless one runs (the view set-up calls it).
     void StartDrawThread();
-    // The PTZ view at the index, or null after logging why there is none (the PTZ controls).
-    CLS_SubPlayer* FindPTZView(int _iPtzIndex, const char* _pcNoViews, const char* _pcInvalidIndex);
+    // The PTZ view at the index, or null after logging why there is none, in lines that name the
+    // PTZ control _pcMethod.
+    CLS_SubPlayer* FindPTZView(int _iPtzIndex, const char* _pcMethod);
 
     QReadWriteLock m_qrwlockArea; // guards the video size and the area below
     int m_iVideoWidth = 1000;
