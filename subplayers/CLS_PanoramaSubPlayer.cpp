@@ -29,21 +29,20 @@ int CLS_PanoramaSubPlayer::Move(int _iX, int, STRUCT_FishWindowRect _rect) {
 }
 
 int CLS_PanoramaSubPlayer::GetCorrectPara(STRUCT_PanoramaPara* _pPara) {
-    if (CLS_ZebLog::RefuseOf(
-            m_pcClass, {{m_iMainPlayId < 0, "GetCorrectPara m_iMainPlayId < 0 ]"},
-                        {nullptr == CLS_ZebPlayer_SDK::KW_GetFishEyeCorrectPara,
-                         "GetCorrectPara nullptr == CLS_ZebPlayer_SDK::KW_GetFishEyeCorrectPara ]"}}) < 0)
-        return -1;
-    return CLS_ZebPlayer_SDK::KW_GetFishEyeCorrectPara(m_iMainPlayId, m_iSubPlayId, KW_PARA_PANORAMA, _pPara,
-                                                       sizeof(STRUCT_PanoramaPara));
+    return Para(CLS_ZebPlayer_SDK::KW_GetFishEyeCorrectPara, "GetCorrectPara m_iMainPlayId < 0 ]",
+                "GetCorrectPara nullptr == CLS_ZebPlayer_SDK::KW_GetFishEyeCorrectPara ]", _pPara);
 }
 
 int CLS_PanoramaSubPlayer::SetCorrectPara(STRUCT_PanoramaPara* _pPara) {
-    if (CLS_ZebLog::RefuseOf(
-            m_pcClass, {{m_iMainPlayId < 0, "SetCorrectPara m_iMainPlayId < 0 ]"},
-                        {nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectPara,
-                         "SetCorrectPara nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectPara ]"}}) < 0)
+    return Para(CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectPara, "SetCorrectPara m_iMainPlayId < 0 ]",
+                "SetCorrectPara nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectPara ]", _pPara);
+}
+
+int CLS_PanoramaSubPlayer::Para(CLS_ZebPlayer_SDK::PF_KW_GetFishEyeCorrectPara _pfAccess,
+                                const char* _pcNoPlayer, const char* _pcUnbound,
+                                STRUCT_PanoramaPara* _pPara) {
+    if (CLS_ZebLog::RefuseOf(m_pcClass,
+                             {{m_iMainPlayId < 0, _pcNoPlayer}, {nullptr == _pfAccess, _pcUnbound}}) < 0)
         return -1;
-    return CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectPara(m_iMainPlayId, m_iSubPlayId, KW_PARA_PANORAMA, _pPara,
-                                                       sizeof(STRUCT_PanoramaPara));
+    return _pfAccess(m_iMainPlayId, m_iSubPlayId, KW_PARA_PANORAMA, _pPara, sizeof(STRUCT_PanoramaPara));
 }

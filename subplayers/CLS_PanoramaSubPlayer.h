@@ -26,6 +26,11 @@ protected:
     ~CLS_PanoramaSubPlayer() override;
 
 private:
+    // Reads or writes the panorama record through the engine function given (both have one type),
+    // after the checks whose lines are given.
+    int Para(CLS_ZebPlayer_SDK::PF_KW_GetFishEyeCorrectPara _pfAccess, const char* _pcNoPlayer,
+             const char* _pcUnbound, STRUCT_PanoramaPara* _pPara);
+
     const int m_iAngle;          // degrees a drag across the whole window turns
     const char* const m_pcClass; // the class its lines name
 };
