@@ -5,29 +5,32 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 namespace {
 
 using Mechanism = CLS_ModuleLoader::n_Mechanism;
 using Load = CLS_ModuleLoader::n_Load;
 
-class ModuleLoader : public ::testing::TestWithParam<Mechanism> {};
+class ModuleLoader : public ::testing::TestWithParam<Mechanism> {
+protected:
+    // Loads a file that does not exist with the binding's "already loaded" answer given; the result
+    // and how often the binding was asked to bind.
+    std::pair<Load, int> LoadMissing(bool _blAlreadyLoaded) {
+        int iBinds = 0;
+        const Load eLoad = CLS_ModuleLoader::Load(
+            GetParam(), "no_such_library.dll", [=] { return _blAlreadyLoaded; },
+            [&](const CLS_ModuleLoader::CLS_Module&) { ++iBinds; });
+        return {eLoad, iBinds};
+    }
+};
 
 TEST_P(ModuleLoader, AnAlreadyLoadedBindingOpensNothing) {
-    int iBinds = 0;
-    EXPECT_EQ(CLS_ModuleLoader::Load(
-                  GetParam(), "no_such_library.dll", [] { return true; },
-                  [&](const CLS_ModuleLoader::CLS_Module&) { ++iBinds; }),
-              Load::AlreadyLoaded);
-    EXPECT_EQ(iBinds, 0);
+    EXPECT_EQ(LoadMissing(true), std::make_pair(Load::AlreadyLoaded, 0));
 }
 
 TEST_P(ModuleLoader, AMissingFileIsNotLoadedAndNotBound) {
-    int iBinds = 0;
-    EXPECT_EQ(CLS_ModuleLoader::Load(
-                  GetParam(), "no_such_library.dll", [] { return false; },
-                  [&](const CLS_ModuleLoader::CLS_Module&) { ++iBinds; }),
-              Load::NotLoaded);
-    EXPECT_EQ(iBinds, 0);
+    EXPECT_EQ(LoadMissing(false), std::make_pair(Load::NotLoaded, 0));
     EXPECT_TRUE(TestLog::Lines().empty()); // the caller says what failed
 }
 
