@@ -39,11 +39,12 @@ CLS_FishPlayer& CLS_FishPlayer::operator=(const CLS_FishPlayer& _other) {
 
 int CLS_FishPlayer::FishPlayer_CreateSystem() {
     const char* pcFileName = "Korvane.dll";
-    if (CLS_ZebLog::Refuse({{!CLS_ZebPlayer_SDK::LoadLib(pcFileName),
-                             "[  CLS_FishPlayer::FishPlayer_CreateSystem CLS_ZebPlayer_SDK::LoadLib fail ]"},
-                            {nullptr == CLS_ZebPlayer_SDK::KW_CreateSystem,
-                             "[  CLS_FishPlayer::FishPlayer_CreateSystem nullptr == "
-                             "CLS_ZebPlayer_SDK::KW_CreateSystem ]"}}) < 0)
+    const bool blLoaded = CLS_ZebPlayer_SDK::LoadLib(pcFileName);
+    if (CLS_ZebLog::Refuse(
+            {{!blLoaded, "[  CLS_FishPlayer::FishPlayer_CreateSystem CLS_ZebPlayer_SDK::LoadLib fail ]"},
+             {nullptr == CLS_ZebPlayer_SDK::KW_CreateSystem,
+              "[  CLS_FishPlayer::FishPlayer_CreateSystem nullptr == CLS_ZebPlayer_SDK::KW_CreateSystem "
+              "]"}}) < 0)
         return -1;
     return CLS_ZebPlayer_SDK::KW_CreateSystem(0);
 }

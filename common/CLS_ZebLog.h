@@ -22,7 +22,8 @@ public:
     // The library's one policy for a refused call (a bad argument, a state it cannot act in, an
     // engine or algorithm function that is not bound): the checks are looked at in their order,
     // the first that refuses writes its line, and the result is -1; 0 when none refuses. Every
-    // condition is evaluated before the first line is written, so each must be safe on its own.
+    // condition is evaluated before the first line is written, so each must be safe on its own and
+    // free of side effects.
     static int Refuse(std::initializer_list<STRUCT_ZebCheck> _checks) { return First(_checks, false); }
     // The same, with the line at info level.
     static int RefuseInfo(std::initializer_list<STRUCT_ZebCheck> _checks) { return First(_checks, true); }
