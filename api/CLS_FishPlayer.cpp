@@ -39,15 +39,13 @@ CLS_FishPlayer& CLS_FishPlayer::operator=(const CLS_FishPlayer& _other) {
 
 int CLS_FishPlayer::FishPlayer_CreateSystem() {
     const char* pcFileName = "Korvane.dll";
-    if (!CLS_ZebPlayer_SDK::LoadLib(pcFileName)) {
-        CLS_ZebLog::Warning("[  CLS_FishPlayer::FishPlayer_CreateSystem CLS_ZebPlayer_SDK::LoadLib fail ]");
+    const bool blLoaded = CLS_ZebPlayer_SDK::LoadLib(pcFileName);
+    if (CLS_ZebLog::Refuse(
+            {{!blLoaded, "[  CLS_FishPlayer::FishPlayer_CreateSystem CLS_ZebPlayer_SDK::LoadLib fail ]"},
+             {nullptr == CLS_ZebPlayer_SDK::KW_CreateSystem,
+              "[  CLS_FishPlayer::FishPlayer_CreateSystem nullptr == CLS_ZebPlayer_SDK::KW_CreateSystem "
+              "]"}}) < 0)
         return -1;
-    }
-    if (nullptr == CLS_ZebPlayer_SDK::KW_CreateSystem) {
-        CLS_ZebLog::Warning(
-            "[  CLS_FishPlayer::FishPlayer_CreateSystem nullptr == CLS_ZebPlayer_SDK::KW_CreateSystem ]");
-        return -1;
-    }
     return CLS_ZebPlayer_SDK::KW_CreateSystem(0);
 }
 
@@ -70,7 +68,7 @@ int CLS_FishPlayer::FishPlayer_StopRevChUserDate(int _iPlayIndex) {
         return -1; // an engine without the function cannot deliver user data either
     STRUCT_UserDataCallBackParam tRecord{};
     tRecord.m_iSize = sizeof(STRUCT_UserDataCallBackParam);
-    return CLS_ZebPlayer_SDK::KW_PlayerControl(_iPlayIndex, KW_PLAYER_CONTROL_USER_DATA, &tRecord,
+    return CLS_ZebPlayer_SDK::KW_PlayerControl(_iPlayIndex, KW_CONTROL_USER_DATA, &tRecord,
                                                sizeof(STRUCT_UserDataCallBackParam), 0);
 }
 
@@ -86,15 +84,27 @@ bool CLS_FishPlayer::GetIsInitUserData(int _iFishPlayerID) {
     return pMainPlayer->IsInitUserData();
 }
 
-CLS_MainPlayer* CLS_FishPlayer::FindMainPlayer(int _iFishPlayerID, const char* _pcNotContained,
-                                               const char* _pcNull) {
-    if (!m_qmapMainPlayer.contains(_iFishPlayerID)) {
-        CLS_ZebLog::Warning(_pcNotContained, _iFishPlayerID, " ]");
+bool CLS_FishPlayer::IsRegistered(int _iFishPlayerID, const char* _pcMethod) {
+    if (m_qmapMainPlayer.contains(_iFishPlayerID))
+        return true;
+    CLS_ZebLog::WarningOf(
+        "CLS_FishPlayer",
+        (QByteArray(_pcMethod) + "!m_qmapMainPlayer.contains(_iFishPlayerID) _iFishPlayerID = ").constData(),
+        _iFishPlayerID, " ]");
+    return false;
+}
+
+CLS_MainPlayer* CLS_FishPlayer::FindMainPlayer(int _iFishPlayerID, const char* _pcMethodContains,
+                                               const char* _pcMethodNull) {
+    if (!IsRegistered(_iFishPlayerID, _pcMethodContains))
         return nullptr;
-    }
     CLS_MainPlayer* pMainPlayer = m_qmapMainPlayer.value(_iFishPlayerID);
     if (nullptr == pMainPlayer)
-        CLS_ZebLog::Warning(_pcNull, _iFishPlayerID, " ]");
+        CLS_ZebLog::WarningOf(
+            "CLS_FishPlayer",
+            (QByteArray(_pcMethodNull) + "nullptr == m_qmapMainPlayer[_iFishPlayerID] _iFishPlayerID = ")
+                .constData(),
+            _iFishPlayerID, " ]");
     return pMainPlayer;
 }
 
@@ -106,24 +116,15 @@ int CLS_FishPlayer::FishPlayer_CreatePlayerFromFile(const STRUCT_FishEyeParam& _
                                                     const STRUCT_FishDrawParam& _tDrawParam) {
     if (nullptr == _pFishMainPlyerID)
         return -1;
-    if (nullptr == _pMainWindow) {
-        CLS_ZebLog::Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromFile  nullptr == _pMainWindow ]");
+    if (CLS_ZebLog::Refuse(
+            {{nullptr == _pMainWindow,
+              "[  CLS_FishPlayer::FishPlayer_CreatePlayerFromFile  nullptr == _pMainWindow ]"}}) < 0)
         return -1;
-    }
-    int iRet = CreateMainPlayer(_tParam, _pMainWindow, _qstrFile, _pFishMainPlyerID);
-    if (iRet < 0) {
-        CLS_ZebLog::Warning(
-            "[  CLS_FishPlayer::FishPlayer_CreatePlayerFromFile  CreateMainPlayer fail iRet = ", iRet, " ]");
-        return iRet;
-    }
-    iRet =
-        CreateSubPlayer(_tParam, *_pFishMainPlyerID, _qmapWindows, _qmapIds, _tDrawParam, _tParam.m_iExtra);
-    if (iRet < 0) {
-        CLS_ZebLog::Warning(
-            "[  CLS_FishPlayer::FishPlayer_CreatePlayerFromFile  CreateSubPlayer fail iRet = ", iRet, " ]");
-        return iRet;
-    }
-    return 0;
+    const int iRet = CreateMainPlayer(_tParam, _pMainWindow, _qstrFile, _pFishMainPlyerID);
+    return CreateViews(
+        iRet, "[  CLS_FishPlayer::FishPlayer_CreatePlayerFromFile  CreateMainPlayer fail iRet = ",
+        "[  CLS_FishPlayer::FishPlayer_CreatePlayerFromFile  CreateSubPlayer fail iRet = ", _tParam,
+        *_pFishMainPlyerID, _qmapWindows, _qmapIds, _tDrawParam);
 }
 
 int CLS_FishPlayer::FishPlayer_CreatePlayerFromStream(
@@ -133,34 +134,39 @@ int CLS_FishPlayer::FishPlayer_CreatePlayerFromStream(
     osd_TLDCSet _tTLDSet, const STRUCT_FishDrawParam& _tDrawParam) {
     if (nullptr == _pFishMainPlyerID)
         return -1;
-    if (nullptr == _pMainWindow) {
-        CLS_ZebLog::Warning(
-            "[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  nullptr == _pMainWindow ]");
+    static const CLS_MainPlayer::STRUCT_StreamArgumentLines s_tLines = {
+        "[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  nullptr == _pMainWindow ]",
+        "[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  nullptr == _pcVideoHeader ]",
+        "[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  _iHeadSize <= 0 ]",
+        nullptr, // checked above, without a line
+    };
+    if (CLS_MainPlayer::CheckStreamArguments(s_tLines, _pMainWindow, _pcVideoHeader, _iHeadSize,
+                                             _pFishMainPlyerID) < 0)
         return -1;
-    }
-    if (nullptr == _pcVideoHeader) {
-        CLS_ZebLog::Warning(
-            "[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  nullptr == _pcVideoHeader ]");
-        return -1;
-    }
-    if (_iHeadSize <= 0) {
-        CLS_ZebLog::Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  _iHeadSize <= 0 ]");
-        return -1;
-    }
     const osd_TLDCSet tTLDSet = _tTLDSet;
-    int iRet = CreateMainPlayer(_tParam, _pMainWindow, _iStreamType, _pcVideoHeader, _iHeadSize,
-                                _pFishMainPlyerID, _blIsInitUserData, tTLDSet);
-    if (iRet < 0) {
-        CLS_ZebLog::Warning(
-            "[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  CreateMainPlayer fail iRet = ", iRet,
-            " ]");
-        return iRet;
+    // The id is read only once the main player has written it.
+    const int iRet = CreateMainPlayer(_tParam, _pMainWindow, _iStreamType, _pcVideoHeader, _iHeadSize,
+                                      _pFishMainPlyerID, _blIsInitUserData, tTLDSet);
+    return CreateViews(
+        iRet, "[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  CreateMainPlayer fail iRet = ",
+        "[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  CreateSubPlayer fail iRet = ", _tParam,
+        *_pFishMainPlyerID, _qmapWindows, _qmapIds, _tDrawParam);
+}
+
+int CLS_FishPlayer::CreateViews(int _iMainPlayerRet, const char* _pcMainPlayerFail,
+                                const char* _pcSubPlayerFail, const STRUCT_FishEyeParam& _tParam,
+                                int _iFishPlayerID, const QMap<int, QVector<void*>>& _qmapWindows,
+                                QMap<int, QVector<int>>& _qmapIds, const STRUCT_FishDrawParam& _tDrawParam) {
+    if (_iMainPlayerRet < 0) {
+        CLS_ZebLog::Warning(_pcMainPlayerFail, _iMainPlayerRet, " ]");
+        return _iMainPlayerRet;
     }
-    iRet =
-        CreateSubPlayer(_tParam, *_pFishMainPlyerID, _qmapWindows, _qmapIds, _tDrawParam, _tParam.m_iExtra);
+    // Taken from the registry, where the creation has just put it: no lookup lines to write.
+    const int iRet = m_qmapMainPlayer.value(_iFishPlayerID)
+                         ->CreateSubPlayers(_tParam, _iFishPlayerID, _qmapWindows, _qmapIds, _tDrawParam,
+                                            _tParam.m_iExtra);
     if (iRet < 0) {
-        CLS_ZebLog::Warning(
-            "[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  CreateSubPlayer fail iRet = ", iRet, " ]");
+        CLS_ZebLog::Warning(_pcSubPlayerFail, iRet, " ]");
         return iRet;
     }
     return 0;
@@ -181,45 +187,29 @@ int CLS_FishPlayer::FishPlayer_CreateSubPlayer(const STRUCT_FishEyeParam& _tPara
 
 int CLS_FishPlayer::CreateMainPlayer(const STRUCT_FishEyeParam& _tParam, const void* _pMainWindow,
                                      const QString& _qstrFile, int* _pFishMainPlyerID) {
-    if (nullptr == _pMainWindow) {
-        CLS_ZebLog::Warning("[  CLS_FishPlayer::CreateMainPlayer nullptr == _pMainWindow ]");
+    if (CLS_ZebLog::Refuse(
+            {{nullptr == _pMainWindow, "[  CLS_FishPlayer::CreateMainPlayer nullptr == _pMainWindow ]"},
+             {nullptr == _pFishMainPlyerID,
+              "[  CLS_FishPlayer::CreateMainPlayer nullptr == _pFishMainPlyerID ]"}}) < 0)
         return -1;
-    }
-    if (nullptr == _pFishMainPlyerID) {
-        CLS_ZebLog::Warning("[  CLS_FishPlayer::CreateMainPlayer nullptr == _pFishMainPlyerID ]");
-        return -1;
-    }
     CLS_MainPlayer* pMainPlayer = new CLS_MainPlayer();
-    const int iRet = pMainPlayer->CreateMainPlayer(_tParam, _pMainWindow, _qstrFile, _pFishMainPlyerID);
-    if (iRet < 0) {
-        CLS_ZebLog::Warning(
-            "[  CLS_FishPlayer::CreateMainPlayer pMainPlayer->CreateMainPlayer fail iRet = ", iRet, " ]");
-        delete pMainPlayer; // a failed creation leaves nothing behind
-        return iRet;
-    }
-    m_qmapMainPlayer[*_pFishMainPlyerID] = pMainPlayer;
-    return 0;
+    return Register(pMainPlayer,
+                    pMainPlayer->CreateMainPlayer(_tParam, _pMainWindow, _qstrFile, _pFishMainPlyerID),
+                    _pFishMainPlyerID);
 }
 
 int CLS_FishPlayer::CreateMainPlayer(const STRUCT_FishEyeParam& _tParam, const void* _pMainWindow,
                                      int _iStreamType, unsigned char* _pcVideoHeader, int _iHeadSize,
                                      int* _pFishMainPlyerID, bool _blIsInitUserData, osd_TLDCSet _tTLDSet) {
-    if (nullptr == _pMainWindow) {
-        CLS_ZebLog::Warning("[  CLS_FishPlayer::CreateMainPlayer nullptr == _pMainWindow ]");
+    static const CLS_MainPlayer::STRUCT_StreamArgumentLines s_tLines = {
+        "[  CLS_FishPlayer::CreateMainPlayer nullptr == _pMainWindow ]",
+        "[  CLS_FishPlayer::CreateMainPlayer nullptr == _pcVideoHeader ]",
+        "[  CLS_FishPlayer::CreateMainPlayer _iHeadSize <= 0 ]",
+        "[  CLS_FishPlayer::CreateMainPlayer nullptr == _pFishMainPlyerID ]",
+    };
+    if (CLS_MainPlayer::CheckStreamArguments(s_tLines, _pMainWindow, _pcVideoHeader, _iHeadSize,
+                                             _pFishMainPlyerID) < 0)
         return -1;
-    }
-    if (nullptr == _pcVideoHeader) {
-        CLS_ZebLog::Warning("[  CLS_FishPlayer::CreateMainPlayer nullptr == _pcVideoHeader ]");
-        return -1;
-    }
-    if (_iHeadSize <= 0) {
-        CLS_ZebLog::Warning("[  CLS_FishPlayer::CreateMainPlayer _iHeadSize <= 0 ]");
-        return -1;
-    }
-    if (nullptr == _pFishMainPlyerID) {
-        CLS_ZebLog::Warning("[  CLS_FishPlayer::CreateMainPlayer nullptr == _pFishMainPlyerID ]");
-        return -1;
-    }
     CLS_MainPlayer* pMainPlayer = new CLS_MainPlayer();
     int iRet = 0;
     {
@@ -228,13 +218,17 @@ int CLS_FishPlayer::CreateMainPlayer(const STRUCT_FishEyeParam& _tParam, const v
         iRet = pMainPlayer->CreateMainPlayer(_tParam, _pMainWindow, _iStreamType, _pcVideoHeader, _iHeadSize,
                                              _pFishMainPlyerID, GetPlayIndex(), _blIsInitUserData, tTLDSet);
     }
-    if (iRet < 0) {
-        CLS_ZebLog::Warning(
-            "[  CLS_FishPlayer::CreateMainPlayer pMainPlayer->CreateMainPlayer fail iRet = ", iRet, " ]");
-        delete pMainPlayer; // a failed creation leaves nothing behind
-        return iRet;
+    return Register(pMainPlayer, iRet, _pFishMainPlyerID);
+}
+
+int CLS_FishPlayer::Register(CLS_MainPlayer* _pMainPlayer, int _iCreateRet, const int* _pFishMainPlyerID) {
+    if (_iCreateRet < 0) {
+        CLS_ZebLog::Warning("[  CLS_FishPlayer::CreateMainPlayer pMainPlayer->CreateMainPlayer fail iRet = ",
+                            _iCreateRet, " ]");
+        CLS_MainPlayer::DiscardFailedCreation(_pMainPlayer);
+        return _iCreateRet;
     }
-    m_qmapMainPlayer[*_pFishMainPlyerID] = pMainPlayer;
+    m_qmapMainPlayer[*_pFishMainPlyerID] = _pMainPlayer;
     return 0;
 }
 
@@ -242,148 +236,80 @@ int CLS_FishPlayer::CreateSubPlayer(const STRUCT_FishEyeParam& _tParam, int _iFi
                                     const QMap<int, QVector<void*>>& _qmapWindows,
                                     QMap<int, QVector<int>>& _qmapIds,
                                     const STRUCT_FishDrawParam& _tDrawParam, int _iExtra) {
-    CLS_MainPlayer* pMainPlayer = FindMainPlayer(
-        _iFishPlayerID,
-        "[  CLS_FishPlayer::CreateSubPlayer !m_qmapMainPlayer.contains(_iFishPlayerID) _iFishPlayerID = ",
-        "[  CLS_FishPlayer::CreateSubPlayer  nullptr == m_qmapMainPlayer[_iFishPlayerID] _iFishPlayerID = ");
-    if (nullptr == pMainPlayer)
-        return -1;
-    return pMainPlayer->CreateSubPlayers(_tParam, _iFishPlayerID, _qmapWindows, _qmapIds, _tDrawParam,
-                                         _iExtra);
+    CLS_MainPlayer* pMainPlayer = FindMainPlayer(_iFishPlayerID, "CreateSubPlayer ", "CreateSubPlayer  ");
+    return pMainPlayer ? pMainPlayer->CreateSubPlayers(_tParam, _iFishPlayerID, _qmapWindows, _qmapIds,
+                                                       _tDrawParam, _iExtra)
+                       : -1;
 }
 
 int CLS_FishPlayer::FishPlayer_CorrectWindowCtl(int _iFishPlayerID, int _iCorrectType,
                                                 STRUCT_CtlParam _tParam, n_CtlCmd _eCmd,
                                                 STRUCT_FishWindowRect _rect) {
     CLS_MainPlayer* pMainPlayer =
-        FindMainPlayer(_iFishPlayerID,
-                       "[  CLS_FishPlayer::FishPlayer_CorrectWindowCtl "
-                       "!m_qmapMainPlayer.contains(_iFishPlayerID) _iFishPlayerID = ",
-                       "[  CLS_FishPlayer::FishPlayer_CorrectWindowCtl nullptr == "
-                       "m_qmapMainPlayer[_iFishPlayerID] _iFishPlayerID = ");
-    if (nullptr == pMainPlayer)
-        return -1;
-    return pMainPlayer->CorrectWindowCtl(_iCorrectType, _tParam, _eCmd, _rect);
+        FindMainPlayer(_iFishPlayerID, "FishPlayer_CorrectWindowCtl ", "FishPlayer_CorrectWindowCtl ");
+    return pMainPlayer ? pMainPlayer->CorrectWindowCtl(_iCorrectType, _tParam, _eCmd, _rect) : -1;
 }
 
 int CLS_FishPlayer::FishPlayer_DrawWindowCtl(int _iFishPlayerID, int _iPtzIndex, STRUCT_CtlPointParam _tPoint,
                                              n_CtlCmd _eCmd, STRUCT_FishWindowRect _rect) {
     CLS_MainPlayer* pMainPlayer =
-        FindMainPlayer(_iFishPlayerID,
-                       "[  CLS_FishPlayer::FishPlayer_DrawWindowCtl "
-                       "!m_qmapMainPlayer.contains(_iFishPlayerID) _iFishPlayerID = ",
-                       "[  CLS_FishPlayer::FishPlayer_DrawWindowCtl nullptr == "
-                       "m_qmapMainPlayer[_iFishPlayerID] _iFishPlayerID = ");
-    if (nullptr == pMainPlayer)
-        return -1;
-    return pMainPlayer->DrawWindowCtl(_iPtzIndex, _tPoint, _eCmd, _rect);
+        FindMainPlayer(_iFishPlayerID, "FishPlayer_DrawWindowCtl ", "FishPlayer_DrawWindowCtl ");
+    return pMainPlayer ? pMainPlayer->DrawWindowCtl(_iPtzIndex, _tPoint, _eCmd, _rect) : -1;
 }
 
 int CLS_FishPlayer::FishPlayer_PTZWindowCtl(int _iFishPlayerID, int _iPtzIndex, STRUCT_CtlParam _tParam,
                                             n_CtlCmd _eCmd, STRUCT_FishWindowRect _rect) {
     CLS_MainPlayer* pMainPlayer =
-        FindMainPlayer(_iFishPlayerID,
-                       "[  CLS_FishPlayer::FishPlayer_PTZWindowCtl "
-                       "!m_qmapMainPlayer.contains(_iFishPlayerID) _iFishPlayerID = ",
-                       "[  CLS_FishPlayer::FishPlayer_PTZWindowCtl nullptr == "
-                       "m_qmapMainPlayer[_iFishPlayerID] _iFishPlayerID = ");
-    if (nullptr == pMainPlayer)
-        return -1;
-    return pMainPlayer->PTZWindowCtl(_iPtzIndex, _tParam, _eCmd, _rect);
+        FindMainPlayer(_iFishPlayerID, "FishPlayer_PTZWindowCtl ", "FishPlayer_PTZWindowCtl ");
+    return pMainPlayer ? pMainPlayer->PTZWindowCtl(_iPtzIndex, _tParam, _eCmd, _rect) : -1;
 }
 
 int CLS_FishPlayer::FishPlayer_PTZCtl(int _iFishPlayerID, int _iPtzIndex, STRUCT_CtlParam _tParam,
                                       n_PTZCtlCmd _ePTZCmd) {
-    CLS_MainPlayer* pMainPlayer = FindMainPlayer(
-        _iFishPlayerID,
-        "[  CLS_FishPlayer::FishPlayer_PTZCtl !m_qmapMainPlayer.contains(_iFishPlayerID) _iFishPlayerID = ",
-        "[  CLS_FishPlayer::FishPlayer_PTZCtl nullptr == m_qmapMainPlayer[_iFishPlayerID] _iFishPlayerID = ");
-    if (nullptr == pMainPlayer)
-        return -1;
-    return pMainPlayer->PTZCtl(_iPtzIndex, _tParam, _ePTZCmd);
+    CLS_MainPlayer* pMainPlayer = FindMainPlayer(_iFishPlayerID, "FishPlayer_PTZCtl ", "FishPlayer_PTZCtl ");
+    return pMainPlayer ? pMainPlayer->PTZCtl(_iPtzIndex, _tParam, _ePTZCmd) : -1;
 }
 
 int CLS_FishPlayer::FishPlayer_EnableDraw(int _iFishPlayerID, bool _blEnable) {
     CLS_MainPlayer* pMainPlayer =
-        FindMainPlayer(_iFishPlayerID,
-                       "[  CLS_FishPlayer::FishPlayer_EnableDraw !m_qmapMainPlayer.contains(_iFishPlayerID) "
-                       "_iFishPlayerID = ",
-                       "[  CLS_FishPlayer::FishPlayer_EnableDraw  nullptr == "
-                       "m_qmapMainPlayer[_iFishPlayerID] _iFishPlayerID = ");
-    if (nullptr == pMainPlayer)
-        return -1;
-    return pMainPlayer->EnableDraw(_blEnable);
+        FindMainPlayer(_iFishPlayerID, "FishPlayer_EnableDraw ", "FishPlayer_EnableDraw  ");
+    return pMainPlayer ? pMainPlayer->EnableDraw(_blEnable) : -1;
 }
 
 int CLS_FishPlayer::FishPlayer_EnableFish(int _iFishPlayerID, bool _blEnable) {
     CLS_MainPlayer* pMainPlayer =
-        FindMainPlayer(_iFishPlayerID,
-                       "[  CLS_FishPlayer::FishPlayer_EnableFish !m_qmapMainPlayer.contains(_iFishPlayerID) "
-                       "_iFishPlayerID = ",
-                       "[  CLS_FishPlayer::FishPlayer_EnableFish  nullptr == "
-                       "m_qmapMainPlayer[_iFishPlayerID] _iFishPlayerID = ");
-    if (nullptr == pMainPlayer)
-        return -1;
-    return pMainPlayer->EnableFishEye(_blEnable);
+        FindMainPlayer(_iFishPlayerID, "FishPlayer_EnableFish ", "FishPlayer_EnableFish  ");
+    return pMainPlayer ? pMainPlayer->EnableFishEye(_blEnable) : -1;
 }
 
 int CLS_FishPlayer::FishPlayer_PutStreamToPlayer(int _iFishPlayerID, int _iDataType,
                                                  unsigned char* _pcStreamData, int _iSize) {
-    if (!m_qmapMainPlayer.contains(_iFishPlayerID)) {
-        CLS_ZebLog::Warning("[  CLS_FishPlayer::FishPlayer_PutStreamToPlayer "
-                            "!m_qmapMainPlayer.contains(_iFishPlayerID) _iFishPlayerID = ",
-                            _iFishPlayerID, " ]");
+    // The data is looked at between the two lookup steps.
+    if (!IsRegistered(_iFishPlayerID, "FishPlayer_PutStreamToPlayer ") ||
+        CLS_ZebLog::Refuse({{nullptr == _pcStreamData,
+                             "[  CLS_FishPlayer::FishPlayer_PutStreamToPlayer nullptr == _pcStreamData"},
+                            {_iSize < 0, "[  CLS_FishPlayer::FishPlayer_PutStreamToPlayer _iSize < 0"}}) < 0)
         return -1;
-    }
-    if (nullptr == _pcStreamData) {
-        CLS_ZebLog::Warning("[  CLS_FishPlayer::FishPlayer_PutStreamToPlayer nullptr == _pcStreamData");
-        return -1;
-    }
-    if (_iSize < 0) {
-        CLS_ZebLog::Warning("[  CLS_FishPlayer::FishPlayer_PutStreamToPlayer _iSize < 0");
-        return -1;
-    }
-    CLS_MainPlayer* pMainPlayer = m_qmapMainPlayer.value(_iFishPlayerID);
-    if (nullptr == pMainPlayer) {
-        CLS_ZebLog::Warning("[  CLS_FishPlayer::FishPlayer_PutStreamToPlayer  nullptr == "
-                            "m_qmapMainPlayer[_iFishPlayerID] _iFishPlayerID = ",
-                            _iFishPlayerID, " ]");
-        return -1;
-    }
-    return pMainPlayer->PutStreamToPlayer(_iDataType, _pcStreamData, _iSize);
+    CLS_MainPlayer* pMainPlayer =
+        FindMainPlayer(_iFishPlayerID, "FishPlayer_PutStreamToPlayer ", "FishPlayer_PutStreamToPlayer  ");
+    return pMainPlayer ? pMainPlayer->PutStreamToPlayer(_iDataType, _pcStreamData, _iSize) : -1;
 }
 
 int CLS_FishPlayer::FishPlayer_RegisterDrawCallback(int _iFishPlayerID, PF_FishDrawCallback _pfCallback) {
-    CLS_MainPlayer* pMainPlayer =
-        FindMainPlayer(_iFishPlayerID,
-                       "[  CLS_FishPlayer::FishPlayer_RegisterDrawCallback "
-                       "!m_qmapMainPlayer.contains(_iFishPlayerID) _iFishPlayerID = ",
-                       "[  CLS_FishPlayer::FishPlayer_RegisterDrawCallback  nullptr == "
-                       "m_qmapMainPlayer[_iFishPlayerID] _iFishPlayerID = ");
-    if (nullptr == pMainPlayer)
-        return -1;
-    return pMainPlayer->RegisterDrawCallback(_pfCallback);
+    CLS_MainPlayer* pMainPlayer = FindMainPlayer(_iFishPlayerID, "FishPlayer_RegisterDrawCallback ",
+                                                 "FishPlayer_RegisterDrawCallback  ");
+    return pMainPlayer ? pMainPlayer->RegisterDrawCallback(_pfCallback) : -1;
 }
 
 int CLS_FishPlayer::FishPlayer_DeleteAllSubPlayer(int _iFishPlayerID) {
     CLS_MainPlayer* pMainPlayer =
-        FindMainPlayer(_iFishPlayerID,
-                       "[  CLS_FishPlayer::FishPlayer_DeleteAllSubPlayer  "
-                       "!m_qmapMainPlayer.contains(_iFishPlayerID) _iFishPlayerID = ",
-                       "[  CLS_FishPlayer::FishPlayer_DeleteAllSubPlayer  nullptr == "
-                       "m_qmapMainPlayer[_iFishPlayerID] _iFishPlayerID = ");
-    if (nullptr == pMainPlayer)
-        return -1;
-    return pMainPlayer->DeleteAllSubPlayer();
+        FindMainPlayer(_iFishPlayerID, "FishPlayer_DeleteAllSubPlayer  ", "FishPlayer_DeleteAllSubPlayer  ");
+    return pMainPlayer ? pMainPlayer->DeleteAllSubPlayer() : -1;
 }
 
 int CLS_FishPlayer::FishPlayer_DeleteAllPlayer(int _iFishPlayerID) {
     CLS_MainPlayer* pMainPlayer =
-        FindMainPlayer(_iFishPlayerID,
-                       "[  CLS_FishPlayer::FishPlayer_DeleteAllPlayer  "
-                       "!m_qmapMainPlayer.contains(_iFishPlayerID) _iFishPlayerID = ",
-                       "[  CLS_FishPlayer::FishPlayer_DeleteAllPlayer  nullptr == "
-                       "m_qmapMainPlayer[_iFishPlayerID] _iFishPlayerID = ");
+        FindMainPlayer(_iFishPlayerID, "FishPlayer_DeleteAllPlayer  ", "FishPlayer_DeleteAllPlayer  ");
     if (nullptr == pMainPlayer)
         return -1;
     delete pMainPlayer;

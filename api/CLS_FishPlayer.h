@@ -126,8 +126,19 @@ private:
     int CreateSubPlayer(const STRUCT_FishEyeParam& _tParam, int _iFishPlayerID,
                         const QMap<int, QVector<void*>>& _qmapWindows, QMap<int, QVector<int>>& _qmapIds,
                         const STRUCT_FishDrawParam& _tDrawParam, int _iExtra);
-    // The registered player, or null after logging the method's message for a missing id or entry.
-    CLS_MainPlayer* FindMainPlayer(int _iFishPlayerID, const char* _pcNotContained, const char* _pcNull);
+    // Registers the main player just made when its creation succeeded, else frees it; the result.
+    int Register(CLS_MainPlayer* _pMainPlayer, int _iCreateRet, const int* _pFishMainPlyerID);
+    // The views of a main player just created and registered under the id (one pass: no second
+    // lookup), after logging a failed main-player creation with the caller's line.
+    int CreateViews(int _iMainPlayerRet, const char* _pcMainPlayerFail, const char* _pcSubPlayerFail,
+                    const STRUCT_FishEyeParam& _tParam, int _iFishPlayerID,
+                    const QMap<int, QVector<void*>>& _qmapWindows, QMap<int, QVector<int>>& _qmapIds,
+                    const STRUCT_FishDrawParam& _tDrawParam);
+    // The two lookup steps. The lines are "[  CLS_FishPlayer::<method>" followed by the condition,
+    // where the method's text carries the blanks that stand between it and the condition.
+    bool IsRegistered(int _iFishPlayerID, const char* _pcMethod);
+    CLS_MainPlayer* FindMainPlayer(int _iFishPlayerID, const char* _pcMethodContains,
+                                   const char* _pcMethodNull);
 
     QMap<int, CLS_MainPlayer*> m_qmapMainPlayer;
     int m_iPlayIndex = 0;

@@ -13,7 +13,7 @@
 #include "CLS_FishPlayer.h"
 #include "bindings/CLS_ZebAlgoFcu.h"
 #include "bindings/CLS_ZebPlayer_SDK.h"
-#include "bindings/ZebAlgoRecords.h"
+#include "abi/ZebAlgoRecords.h"
 #include "mainplayer/CLS_MainPlayer.h"
 #include "tests/fakes/FakeControl.h"
 

@@ -4,7 +4,7 @@
 #ifndef CLS_ZEB_ALGO_FCU_H
 #define CLS_ZEB_ALGO_FCU_H
 
-#include "ZebAlgoRecords.h"
+#include "abi/ZebAlgoRecords.h"
 
 #include <atomic>
 
@@ -19,7 +19,7 @@ public:
 #define ZEB_FCU_FN(name, result, args)                                                                       \
     typedef result(*PF_##name) args;                                                                         \
     static inline PF_##name name = nullptr;
-#include "ZebAlgoFunctions.inc"
+#include "abi/ZebAlgoExports.inc"
 #undef ZEB_FCU_FN
 };
 

@@ -4,10 +4,10 @@
 #ifndef CLS_ZEB_PLAYER_SDK_H
 #define CLS_ZEB_PLAYER_SDK_H
 
-#include "ZebPlayerRecords.h"
+#include "abi/ZebPlayerRecords.h"
 
 // The engine's per-correction callback (only ever unregistered by the library).
-typedef void (*PF_FishEyeCorrectCallBack)(int _iCorrectId, void* _pUser);
+typedef KW_PF_CorrectDone PF_FishEyeCorrectCallBack;
 
 class CLS_ZebPlayer_SDK {
 public:
@@ -22,13 +22,20 @@ public:
     // Type of the exports the library never calls.
     typedef void (*PF_Untyped)();
 
-#define ZEB_KW_FN(name) static inline PF_Untyped name = nullptr;
-#define ZEB_KW_FN_TYPED(name, result, args)                                                                  \
+// One pointer per export of the contract list: typed for those the library calls.
+#define ZEB_KW_EXPORT(role, name, result, args) ZEB_KW_POINTER_##role(name, result, args)
+#define ZEB_KW_POINTER_CALLED(name, result, args)                                                            \
     typedef result(*PF_##name) args;                                                                         \
     static inline PF_##name name = nullptr;
-#include "ZebPlayerFunctions.inc"
-#undef ZEB_KW_FN_TYPED
-#undef ZEB_KW_FN
+#define ZEB_KW_POINTER_RESOLVED(name, result, args) static inline PF_Untyped name = nullptr;
+#define ZEB_KW_POINTER_UNTYPED(name, result, args) static inline PF_Untyped name = nullptr;
+#define ZEB_KW_POINTER_EXTENSION(name, result, args)
+#include "abi/KorvaneExports.inc"
+#undef ZEB_KW_EXPORT
+#undef ZEB_KW_POINTER_CALLED
+#undef ZEB_KW_POINTER_RESOLVED
+#undef ZEB_KW_POINTER_UNTYPED
+#undef ZEB_KW_POINTER_EXTENSION
 };
 
 #endif // CLS_ZEB_PLAYER_SDK_H

@@ -56,8 +56,7 @@ STRUCT_FcuInitParam MakeFcuInitParam(int _iWidth, int _iHeight, double _dLeft, d
 int PlayerControl(int _iPlayIndex, STRUCT_UserDataCallBackParam* _pParam, int _iParamSize) {
     if (nullptr == CLS_ZebPlayer_SDK::KW_PlayerControl)
         return -1;
-    return CLS_ZebPlayer_SDK::KW_PlayerControl(_iPlayIndex, KW_PLAYER_CONTROL_USER_DATA, _pParam, _iParamSize,
-                                               0);
+    return CLS_ZebPlayer_SDK::KW_PlayerControl(_iPlayIndex, KW_CONTROL_USER_DATA, _pParam, _iParamSize, 0);
 }
 
 // The body of the operations that are declared but not provided.
@@ -74,11 +73,10 @@ CLS_MainPlayer::CLS_MainPlayer() {
                             " ]");
         return;
     }
-    if (nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Creat) {
-        CLS_ZebLog::Warning(
-            "[  CLS_MainPlayer::CLS_MainPlayer nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Creat ]");
+    if (CLS_ZebLog::Refuse(
+            {{nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Creat,
+              "[  CLS_MainPlayer::CLS_MainPlayer nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Creat ]"}}) < 0)
         return;
-    }
     m_pFcuHandle = CLS_ZebAlgoFcu::ZebAlgo_FCU_Creat(nullptr, nullptr);
     if (nullptr == m_pFcuHandle) {
         CLS_ZebLog::Warning("[  CLS_MainPlayer::CLS_MainPlayer CLS_ZebAlgoFcu::ZebAlgo_FCU_Creat fail]");
@@ -86,11 +84,10 @@ CLS_MainPlayer::CLS_MainPlayer() {
     }
     // Nobody else sees the player yet: the defaults are read without the lock.
     STRUCT_FcuInitParam tInit = MakeFcuInitParam(m_iVideoWidth, m_iVideoHeight, 0.0, 0.0, 10000.0, 10000.0);
-    if (nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Init) {
-        CLS_ZebLog::Warning(
-            "[  CLS_MainPlayer::CLS_MainPlayer nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Init ]");
+    if (CLS_ZebLog::Refuse(
+            {{nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Init,
+              "[  CLS_MainPlayer::CLS_MainPlayer nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Init ]"}}) < 0)
         return;
-    }
     const int iRet = CLS_ZebAlgoFcu::ZebAlgo_FCU_Init(m_pFcuHandle, &tInit);
     if (iRet < 0) // the handle is kept: the area applied later re-initialises it
         CLS_ZebLog::Warning(
@@ -102,6 +99,11 @@ CLS_MainPlayer::~CLS_MainPlayer() {
         // Waits for a delivery of user data in progress on this player.
         QWriteLocker qlocker(&g_qrwlockLivePlayers);
         g_qsetLivePlayers.remove(this);
+    }
+    if (m_blDiscarded) {
+        if (nullptr != m_pFcuHandle && nullptr != CLS_ZebAlgoFcu::ZebAlgo_FCU_Release)
+            CLS_ZebAlgoFcu::ZebAlgo_FCU_Release(m_pFcuHandle);
+        return;
     }
     if (nullptr == m_pFcuHandle || nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Release) {
         // Nothing is released, but a draw thread must not outlive the object it reads.
@@ -115,6 +117,23 @@ CLS_MainPlayer::~CLS_MainPlayer() {
     tStop.m_pUser = this;
     PlayerControl(m_iPlayIndex, &tStop, 0);
     CLS_MainPlayer::DeleteAllPlayer();
+}
+
+int CLS_MainPlayer::CheckStreamArguments(const STRUCT_StreamArgumentLines& _tLines, const void* _pMainWindow,
+                                         const unsigned char* _pcVideoHeader, int _iHeadSize,
+                                         const int* _pFishMainPlyerID) {
+    const std::initializer_list<STRUCT_ZebCheck> checks = {
+        {nullptr == _pMainWindow, _tLines.m_pcNullWindow},
+        {nullptr == _pcVideoHeader, _tLines.m_pcNullHeader},
+        {_iHeadSize <= 0, _tLines.m_pcBadHeadSize},
+        {nullptr != _tLines.m_pcNullId && nullptr == _pFishMainPlyerID, _tLines.m_pcNullId}};
+    return _tLines.m_blInfo ? CLS_ZebLog::RefuseInfo(checks) : CLS_ZebLog::Refuse(checks);
+}
+
+void CLS_MainPlayer::DiscardFailedCreation(CLS_MainPlayer* _pMainPlayer) {
+    // A failed creation never subscribed to user data nor started views or a draw thread.
+    _pMainPlayer->m_blDiscarded = true;
+    delete _pMainPlayer;
 }
 
 int CLS_MainPlayer::CreateMainPlayer(const STRUCT_FishEyeParam&, const void*, const QString&, int*) {
@@ -133,41 +152,30 @@ int CLS_MainPlayer::CreateMainPlayer(const STRUCT_FishEyeParam& _tParam, const v
                                      int _iStreamType, unsigned char* _pcVideoHeader, int _iHeadSize,
                                      int* _pFishMainPlyerID, int _iPlayIndex, bool _blIsInitUserData,
                                      osd_TLDCSet _tTLDSet) {
-    if (nullptr == _pMainWindow) {
-        CLS_ZebLog::Info("[  CLS_MainPlayer::CreateMainPlayer nullptr == _pMainWindow ]");
+    static const STRUCT_StreamArgumentLines s_tLines = {
+        "[  CLS_MainPlayer::CreateMainPlayer nullptr == _pMainWindow ]",
+        "[  CLS_MainPlayer::CreateMainPlayer nullptr == _pcVideoHeader ]",
+        "[  CLS_MainPlayer::CreateMainPlayer _iHeadSize <= 0 ]",
+        "[  CLS_MainPlayer::CreateMainPlayer nullptr == _pFishMainPlyerID ]",
+        true,
+    };
+    if (CheckStreamArguments(s_tLines, _pMainWindow, _pcVideoHeader, _iHeadSize, _pFishMainPlyerID) < 0 ||
+        CLS_ZebLog::RefuseInfo(
+            {{nullptr == CLS_ZebPlayer_SDK::KW_CreatePlayerForSpecialNeeds,
+              "[  CLS_MainPlayer::CreateMainPlayer nullptr == "
+              "CLS_ZebPlayer_SDK::KW_CreatePlayerForSpecialNeeds]"},
+             {nullptr == CLS_ZebPlayer_SDK::KW_Play,
+              "[  CLS_MainPlayer::CreateMainPlayer nullptr == CLS_ZebPlayer_SDK::KW_Play]"}}) < 0)
         return -1;
-    }
-    if (nullptr == _pcVideoHeader) {
-        CLS_ZebLog::Info("[  CLS_MainPlayer::CreateMainPlayer nullptr == _pcVideoHeader ]");
-        return -1;
-    }
-    if (_iHeadSize <= 0) {
-        CLS_ZebLog::Info("[  CLS_MainPlayer::CreateMainPlayer _iHeadSize <= 0 ]");
-        return -1;
-    }
-    if (nullptr == _pFishMainPlyerID) {
-        CLS_ZebLog::Info("[  CLS_MainPlayer::CreateMainPlayer nullptr == _pFishMainPlyerID ]");
-        return -1;
-    }
-    if (nullptr == CLS_ZebPlayer_SDK::KW_CreatePlayerForSpecialNeeds) {
-        CLS_ZebLog::Info("[  CLS_MainPlayer::CreateMainPlayer nullptr == "
-                         "CLS_ZebPlayer_SDK::KW_CreatePlayerForSpecialNeeds]");
-        return -1;
-    }
-    if (nullptr == CLS_ZebPlayer_SDK::KW_Play) {
-        CLS_ZebLog::Info("[  CLS_MainPlayer::CreateMainPlayer nullptr == CLS_ZebPlayer_SDK::KW_Play]");
-        return -1;
-    }
     // Only stream type 0 opens a player; the others are accepted without one.
     if (0 != _iStreamType)
         return 0;
 
     STRUCT_StreamHeader tHeader{};
     std::memcpy(&tHeader, _pcVideoHeader, std::min<size_t>(static_cast<size_t>(_iHeadSize), sizeof(tHeader)));
-    if (tHeader.m_iSize != _iHeadSize) {
-        CLS_ZebLog::Info("[  CLS_MainPlayer::CreateMainPlayer header.m_iSize != _iHeadSize ]");
+    if (CLS_ZebLog::RefuseInfo({{tHeader.m_iSize != _iHeadSize,
+                                 "[  CLS_MainPlayer::CreateMainPlayer header.m_iSize != _iHeadSize ]"}}) < 0)
         return -1;
-    }
     {
         QWriteLocker qlocker(&m_qrwlockArea);
         m_iVideoWidth = tHeader.m_iWidth;
@@ -245,11 +253,10 @@ int CLS_MainPlayer::ApplyTLDSet(const osd_TLDCSet* _pTLDSet) {
     // next switch-on.
     EnableFishEye(true);
     // The two lines below name the initialisation, which this call repeats with the new area.
-    if (nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Ctrl) {
-        CLS_ZebLog::Warning(
-            "[  CLS_MainPlayer::CLS_MainPlayer nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Init ]");
+    if (CLS_ZebLog::Refuse(
+            {{nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Ctrl,
+              "[  CLS_MainPlayer::CLS_MainPlayer nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Init ]"}}) < 0)
         return -1;
-    }
     const int iRet = CLS_ZebAlgoFcu::ZebAlgo_FCU_Ctrl(m_pFcuHandle, &tInit);
     if (iRet < 0) {
         CLS_ZebLog::Warning(
@@ -261,7 +268,7 @@ int CLS_MainPlayer::ApplyTLDSet(const osd_TLDCSet* _pTLDSet) {
 
 void CLS_MainPlayer::UserDataCallBack(int, int _iDataType, const unsigned char* _pcData, int _iLength,
                                       void* _pUser) {
-    if (nullptr == _pcData || nullptr == _pUser || USER_DATA_TYPE_TLD != _iDataType)
+    if (nullptr == _pcData || nullptr == _pUser || KW_USER_DATA_FISHEYE_AREA != _iDataType)
         return;
     // The payload is copied up to the size of the record, whatever length the engine gives.
     osd_TLDCSet tTLDSet{};
@@ -291,36 +298,23 @@ int CLS_MainPlayer::DeleteAllSubPlayer() {
 
 int CLS_MainPlayer::DeleteAllPlayer() {
     DeleteAllSubPlayer();
-    if (m_iMainPlayId < 0) {
-        CLS_ZebLog::Warning("[  CLS_MainPlayer::DeleteAllPlayer m_iMainPlayId < 0 ]");
+    if (CLS_ZebLog::Refuse(
+            {{m_iMainPlayId < 0, "[  CLS_MainPlayer::DeleteAllPlayer m_iMainPlayId < 0 ]"},
+             {nullptr == CLS_ZebPlayer_SDK::KW_DeletePlayer,
+              "[  CLS_MainPlayer::DeleteAllPlayer nullptr == CLS_ZebPlayer_SDK::KW_DeletePlayer ]"}}) < 0)
         return -1;
-    }
-    if (nullptr == CLS_ZebPlayer_SDK::KW_DeletePlayer) {
-        CLS_ZebLog::Warning(
-            "[  CLS_MainPlayer::DeleteAllPlayer nullptr == CLS_ZebPlayer_SDK::KW_DeletePlayer ]");
-        return -1;
-    }
     return CLS_ZebPlayer_SDK::KW_DeletePlayer(m_iMainPlayId);
 }
 
 int CLS_MainPlayer::PutStreamToPlayer(int _iDataType, unsigned char* _pcStreamData, int _iSize) {
-    if (m_iMainPlayId < 0) {
-        CLS_ZebLog::Info("[  CLS_MainPlayer::PutStreamToPlayer m_iMainPlayId < 0 ]");
+    if (CLS_ZebLog::RefuseInfo(
+            {{m_iMainPlayId < 0, "[  CLS_MainPlayer::PutStreamToPlayer m_iMainPlayId < 0 ]"},
+             {nullptr == _pcStreamData, "[  CLS_MainPlayer::PutStreamToPlayer nullptr == _pcStreamData ]"},
+             {_iSize <= 0, "[  CLS_MainPlayer::PutStreamToPlayer _iSize <= 0 ]"},
+             {nullptr == CLS_ZebPlayer_SDK::KW_PutStreamToPlayer,
+              "[  CLS_MainPlayer::PutStreamToPlayer nullptr == CLS_ZebPlayer_SDK::KW_PutStreamToPlayer ]"}}) <
+        0)
         return -1;
-    }
-    if (nullptr == _pcStreamData) {
-        CLS_ZebLog::Info("[  CLS_MainPlayer::PutStreamToPlayer nullptr == _pcStreamData ]");
-        return -1;
-    }
-    if (_iSize <= 0) {
-        CLS_ZebLog::Info("[  CLS_MainPlayer::PutStreamToPlayer _iSize <= 0 ]");
-        return -1;
-    }
-    if (nullptr == CLS_ZebPlayer_SDK::KW_PutStreamToPlayer) {
-        CLS_ZebLog::Info(
-            "[  CLS_MainPlayer::PutStreamToPlayer nullptr == CLS_ZebPlayer_SDK::KW_PutStreamToPlayer ]");
-        return -1;
-    }
     // Only data type 0 is played; other packets are dropped.
     if (0 != _iDataType)
         return 0;
@@ -331,10 +325,9 @@ int CLS_MainPlayer::EnableFishEye(bool _blEnable) {
     QMutexLocker qlockerFishEye(&m_mutexFishEye);
     if (_blEnable == m_blFishEyeEnabled)
         return 0;
-    if (m_iMainPlayId < 0) {
-        CLS_ZebLog::Warning("[  CLS_MainPlayer::EnableFishEye  m_iMainPlayId < 0 ]");
+    if (CLS_ZebLog::Refuse({{m_iMainPlayId < 0, "[  CLS_MainPlayer::EnableFishEye  m_iMainPlayId < 0 ]"}}) <
+        0)
         return -1;
-    }
     if (_blEnable) {
         // The flag is set after the area, so an area read after a set flag is complete.
         const bool blIsInitUserData = IsInitUserData();
@@ -364,11 +357,10 @@ int CLS_MainPlayer::EnableFishEye(bool _blEnable) {
             tSetup.m_iWidth = 1000;
             tSetup.m_iHeight = 1000;
         }
-        if (nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable) {
-            CLS_ZebLog::Warning("[  CLS_MainPlayer::EnableFishEye  "
-                                "CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable == nullptr ]");
+        if (CLS_ZebLog::Refuse({{nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable,
+                                 "[  CLS_MainPlayer::EnableFishEye  "
+                                 "CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable == nullptr ]"}}) < 0)
             return -1;
-        }
         // Always off before on, so that the engine takes the new set-up.
         CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable(m_iMainPlayId, 0, nullptr);
         const int iRet = CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable(m_iMainPlayId, 1, &tSetup);
@@ -380,16 +372,13 @@ int CLS_MainPlayer::EnableFishEye(bool _blEnable) {
         }
         m_iFishCorrectId = iRet;
     } else {
-        if (nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectCallBack) {
-            CLS_ZebLog::Warning("[  CLS_MainPlayer::EnableFishEye nullptr == "
-                                "CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectCallBack == nullptr ]");
+        if (CLS_ZebLog::Refuse({{nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectCallBack,
+                                 "[  CLS_MainPlayer::EnableFishEye nullptr == "
+                                 "CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectCallBack == nullptr ]"},
+                                {nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable,
+                                 "[  CLS_MainPlayer::EnableFishEye nullptr == "
+                                 "CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable == nullptr ]"}}) < 0)
             return -1;
-        }
-        if (nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable) {
-            CLS_ZebLog::Warning("[  CLS_MainPlayer::EnableFishEye nullptr == "
-                                "CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectEnable == nullptr ]");
-            return -1;
-        }
         if (m_iFishCorrectId >= 0)
             CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectCallBack(m_iMainPlayId, m_iFishCorrectId, nullptr, this);
         // m_iFishCorrectId keeps the last id.

@@ -4,8 +4,8 @@
 #define CLS_MAIN_PLAYER_H
 
 #include "api/FishPlayerTypes.h"
-#include "bindings/ZebAlgoRecords.h"
-#include "bindings/ZebPlayerRecords.h"
+#include "abi/ZebAlgoRecords.h"
+#include "abi/ZebPlayerRecords.h"
 
 #include <QMap>
 #include <QMutex>
@@ -48,6 +48,25 @@ public:
     virtual int ReservedOperation1(); // not provided, always -1
     virtual int ReservedOperation2(); // not provided, always -1
 
+    // The argument checks of a stream creation, which the facade's two creation steps and the main
+    // player each make with lines of their own, in this order. A null line leaves its check to the
+    // caller; the main player writes its lines at info level.
+    struct STRUCT_StreamArgumentLines {
+        const char* m_pcNullWindow;
+        const char* m_pcNullHeader;
+        const char* m_pcBadHeadSize;
+        const char* m_pcNullId;
+        bool m_blInfo = false;
+    };
+    static int CheckStreamArguments(const STRUCT_StreamArgumentLines& _tLines, const void* _pMainWindow,
+                                    const unsigned char* _pcVideoHeader, int _iHeadSize,
+                                    const int* _pFishMainPlyerID);
+
+    // Frees a main player whose creation failed. It calls the engine no further and logs nothing:
+    // only its algorithm handle is released, as nothing else was opened that a failed creation
+    // may close.
+    static void DiscardFailedCreation(CLS_MainPlayer* _pMainPlayer);
+
     // User data.
     int ApplyTLDSet(const osd_TLDCSet* _pTLDSet);
     static void UserDataCallBack(int _iPlayIndex, int _iDataType, const unsigned char* _pcData, int _iLength,
@@ -78,8 +97,9 @@ public:
 protected:
     // Starts the draw thread unless one runs (the view set-up calls it).
     void StartDrawThread();
-    // The PTZ view at the index, or null after logging why there is none (the PTZ controls).
-    CLS_SubPlayer* FindPTZView(int _iPtzIndex, const char* _pcNoViews, const char* _pcInvalidIndex);
+    // The PTZ view at the index, or null after logging why there is none, in lines that name the
+    // PTZ control _pcMethod.
+    CLS_SubPlayer* FindPTZView(int _iPtzIndex, const char* _pcMethod);
 
     QReadWriteLock m_qrwlockArea; // guards the video size and the area below
     int m_iVideoWidth = 1000;
@@ -105,8 +125,9 @@ protected:
     QMutex m_mutexDraw;                                         // held for one draw pass
     std::atomic<bool> m_blDrawThreadStop{true};                 // polled by the draw thread
     std::unique_ptr<std::thread> m_pDrawThread;
-    QMutex m_mutexDrawThread; // guards m_pDrawThread and its start and stop
-    QMutex m_mutexFishEye;    // serialises EnableFishEye between client and engine threads
+    QMutex m_mutexDrawThread;   // guards m_pDrawThread and its start and stop
+    QMutex m_mutexFishEye;      // serialises EnableFishEye between client and engine threads
+    bool m_blDiscarded = false; // set by DiscardFailedCreation: destruction touches the engine no more
 };
 
 #endif // CLS_MAIN_PLAYER_H

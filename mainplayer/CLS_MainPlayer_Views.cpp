@@ -34,29 +34,36 @@ int TableValue(const int (&_aiTable)[8], int _iPtzId) {
     return (_aiTable[_iPtzId] + 10000) % 10000;
 }
 
-// The view object for a correction type, or null for a key that names no view.
-CLS_SubPlayer* NewView(int _iCorrectType) {
-    switch (_iCorrectType) {
-    case CORRECT_TYPE_FISHEYE:
-        return new CLS_FishEyeSubPlayer();
-    case CORRECT_TYPE_PTZ:
-        return new CLS_PTZSubPlayer();
-    case CORRECT_TYPE_360:
-        return new CLS_360ViewSubPlayer();
-    case CORRECT_TYPE_180:
-        return new CLS_180ViewSubPlayer();
-    case CORRECT_TYPE_LAT:
-        return new CLS_LATViewSubPlayer();
-    case 0:
-        return new CLS_SourceSubPlayer();
-    default:
-        return nullptr;
-    }
+// Every view kind: its correction type, how its object is made, and whether creating it starts
+// the draw thread (PTZ and source views never do). A new kind is a row here.
+template <typename T> CLS_SubPlayer* NewView() {
+    return new T();
 }
+struct STRUCT_ViewKind {
+    int m_iCorrectType;
+    CLS_SubPlayer* (*m_pfNew)();
+    bool m_blStartsDrawThread;
+};
+constexpr STRUCT_ViewKind g_atViewKinds[] = {
+    {CORRECT_TYPE_FISHEYE, &NewView<CLS_FishEyeSubPlayer>, true},
+    {CORRECT_TYPE_PTZ, &NewView<CLS_PTZSubPlayer>, false},
+    {CORRECT_TYPE_360, &NewView<CLS_360ViewSubPlayer>, true},
+    {CORRECT_TYPE_180, &NewView<CLS_180ViewSubPlayer>, true},
+    {CORRECT_TYPE_LAT, &NewView<CLS_LATViewSubPlayer>, true},
+    {0, &NewView<CLS_SourceSubPlayer>, false},
+};
+// The client's correction types are the engine's: one value each, defined by the contract.
+static_assert(CORRECT_TYPE_PTZ == KW_CORRECT_PTZ && CORRECT_TYPE_180 == KW_CORRECT_180 &&
+                  CORRECT_TYPE_360 == KW_CORRECT_360 && CORRECT_TYPE_LAT == KW_CORRECT_LAT &&
+                  CORRECT_TYPE_FISHEYE == KW_CORRECT_FISHEYE && 0 == KW_CORRECT_SOURCE,
+              "the public correction types are the engine's");
 
-bool StartsDrawThread(int _iCorrectType) {
-    return _iCorrectType == CORRECT_TYPE_FISHEYE || _iCorrectType == CORRECT_TYPE_360 ||
-           _iCorrectType == CORRECT_TYPE_180 || _iCorrectType == CORRECT_TYPE_LAT;
+// The kind of a correction type, or null for a key that names no view.
+const STRUCT_ViewKind* FindViewKind(int _iCorrectType) {
+    for (const STRUCT_ViewKind& tKind : g_atViewKinds)
+        if (tKind.m_iCorrectType == _iCorrectType)
+            return &tKind;
+    return nullptr;
 }
 
 } // namespace
@@ -65,19 +72,13 @@ int CLS_MainPlayer::CreateSubPlayers(const STRUCT_FishEyeParam& _tParam, int /*_
                                      const QMap<int, QVector<void*>>& _qmapWindows,
                                      QMap<int, QVector<int>>& _qmapIds,
                                      const STRUCT_FishDrawParam& _tDrawParam, int _iExtra) {
-    if (m_iMainPlayId < 0) {
-        CLS_ZebLog::Warning("[  CLS_MainPlayer::CreateSubPlayers m_iMainPlayId < 0 ]");
+    if (CLS_ZebLog::Refuse(
+            {{m_iMainPlayId < 0, "[  CLS_MainPlayer::CreateSubPlayers m_iMainPlayId < 0 ]"},
+             {nullptr == m_pFcuHandle, "[  CLS_MainPlayer::CreateSubPlayers nullptr == m_pFcuHandle ]"},
+             {nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectCallBack,
+              "[  CLS_MainPlayer::CreateSubPlayers nullptr == "
+              "CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectCallBack ]"}}) < 0)
         return -1;
-    }
-    if (nullptr == m_pFcuHandle) {
-        CLS_ZebLog::Warning("[  CLS_MainPlayer::CreateSubPlayers nullptr == m_pFcuHandle ]");
-        return -1;
-    }
-    if (nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectCallBack) {
-        CLS_ZebLog::Warning("[  CLS_MainPlayer::CreateSubPlayers nullptr == "
-                            "CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectCallBack ]");
-        return -1;
-    }
     EnableFishEye(true);
     EnableDraw(_tDrawParam.m_iDrawEnable != 0);
 
@@ -100,10 +101,9 @@ int CLS_MainPlayer::CreateSubPlayers(const STRUCT_FishEyeParam& _tParam, int /*_
         // One view per PTZ window, one view on the first window for every other type.
         const int iViewCount =
             iSubPlayerType == CORRECT_TYPE_PTZ ? static_cast<int>(qvecSubWindows.size()) : 1;
-        for (int i = 0; i < iViewCount; ++i) {
-            CLS_SubPlayer* pSubPlayer = NewView(iSubPlayerType);
-            if (nullptr == pSubPlayer)
-                break; // a key that names no view creates nothing
+        const STRUCT_ViewKind* pKind = FindViewKind(iSubPlayerType);
+        for (int i = 0; nullptr != pKind && i < iViewCount; ++i) { // a key that names no view creates nothing
+            CLS_SubPlayer* pSubPlayer = pKind->m_pfNew();
             void* pWindow = qvecSubWindows.at(i);
             STRUCT_CorrectSetup tSetup{};
             tSetup.m_iSize = sizeof(STRUCT_CorrectSetup);
@@ -149,7 +149,7 @@ int CLS_MainPlayer::CreateSubPlayers(const STRUCT_FishEyeParam& _tParam, int /*_
                 m_qmapSubPlayers[iSubPlayerType].append(pSubPlayer);
             }
             _qmapIds[iSubPlayerType].append(iSubPlayerId);
-            if (StartsDrawThread(iSubPlayerType))
+            if (pKind->m_blStartsDrawThread)
                 StartDrawThread();
         }
     }
@@ -157,15 +157,12 @@ int CLS_MainPlayer::CreateSubPlayers(const STRUCT_FishEyeParam& _tParam, int /*_
 }
 
 int CLS_MainPlayer::Coord360ToFE(int* _piPointIn, int* _piPointOut) {
-    if (nullptr == m_pFcuHandle) {
-        CLS_ZebLog::Warning("[  CLS_MainPlayer::Coord360ToFE  nullptr == m_pFcuHandle ]");
+    if (CLS_ZebLog::Refuse(
+            {{nullptr == m_pFcuHandle, "[  CLS_MainPlayer::Coord360ToFE  nullptr == m_pFcuHandle ]"},
+             {nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Point_Transform,
+              "[  CLS_MainPlayer::Coord360ToFE  nullptr == "
+              "CLS_ZebAlgoFcu::ZebAlgo_FCU_Point_Transform ]"}}) < 0)
         return -1;
-    }
-    if (nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Point_Transform) {
-        CLS_ZebLog::Warning(
-            "[  CLS_MainPlayer::Coord360ToFE  nullptr == CLS_ZebAlgoFcu::ZebAlgo_FCU_Point_Transform ]");
-        return -1;
-    }
     _piPointIn[0] = std::min(_piPointIn[0], 9999);
     _piPointIn[1] = std::min(_piPointIn[1], 9999);
     STRUCT_FcuPointTransformParam tRequest{};
@@ -258,15 +255,18 @@ int CLS_MainPlayer::CorrectWindowCtl(int _iCorrectType, STRUCT_CtlParam _tParam,
     return -1;
 }
 
-CLS_SubPlayer* CLS_MainPlayer::FindPTZView(int _iPtzIndex, const char* _pcNoViews,
-                                           const char* _pcInvalidIndex) {
+CLS_SubPlayer* CLS_MainPlayer::FindPTZView(int _iPtzIndex, const char* _pcMethod) {
     if (!m_qmapSubPlayers.contains(CORRECT_TYPE_PTZ)) {
-        CLS_ZebLog::Warning(_pcNoViews);
+        CLS_ZebLog::WarningOf(
+            "CLS_MainPlayer",
+            (QByteArray(_pcMethod) + " !m_qmapSubPlayers.contains(CORRECT_TYPE_PTZ) ]").constData());
         return nullptr;
     }
     const QVector<CLS_SubPlayer*> qvecPlayers = m_qmapSubPlayers.value(CORRECT_TYPE_PTZ);
     if (_iPtzIndex < 0 || _iPtzIndex >= qvecPlayers.size()) {
-        CLS_ZebLog::Warning(_pcInvalidIndex, _iPtzIndex, " ]");
+        CLS_ZebLog::WarningOf("CLS_MainPlayer",
+                              (QByteArray(_pcMethod) + " _iPtzIndex is invalid iPtzIndex = ").constData(),
+                              _iPtzIndex, " ]");
         return nullptr;
     }
     CLS_SubPlayer* pPlayer = qvecPlayers.at(_iPtzIndex);
@@ -277,35 +277,21 @@ CLS_SubPlayer* CLS_MainPlayer::FindPTZView(int _iPtzIndex, const char* _pcNoView
 
 int CLS_MainPlayer::DrawWindowCtl(int _iPtzIndex, STRUCT_CtlPointParam _tPoint, n_CtlCmd _eCmd,
                                   STRUCT_FishWindowRect _rect) {
-    CLS_SubPlayer* pPlayer = FindPTZView(
-        _iPtzIndex, "[  CLS_MainPlayer::DrawWindowCtl !m_qmapSubPlayers.contains(CORRECT_TYPE_PTZ) ]",
-        "[  CLS_MainPlayer::DrawWindowCtl _iPtzIndex is invalid iPtzIndex = ");
-    if (nullptr == pPlayer)
-        return -1;
-    if (_eCmd == n_CtlCmd_Move)
-        return pPlayer->Move(_tPoint, _rect);
-    return -1;
+    CLS_SubPlayer* pPlayer = FindPTZView(_iPtzIndex, "DrawWindowCtl");
+    return nullptr != pPlayer && n_CtlCmd_Move == _eCmd ? pPlayer->Move(_tPoint, _rect) : -1;
 }
 
 int CLS_MainPlayer::PTZWindowCtl(int _iPtzIndex, STRUCT_CtlParam _tParam, n_CtlCmd _eCmd,
                                  STRUCT_FishWindowRect _rect) {
-    CLS_SubPlayer* pPlayer = FindPTZView(
-        _iPtzIndex, "[  CLS_MainPlayer::PTZWindowCtl !m_qmapSubPlayers.contains(CORRECT_TYPE_PTZ) ]",
-        "[  CLS_MainPlayer::PTZWindowCtl _iPtzIndex is invalid iPtzIndex = ");
+    CLS_SubPlayer* pPlayer = FindPTZView(_iPtzIndex, "PTZWindowCtl");
     if (nullptr == pPlayer)
         return -1;
-    if (_eCmd == n_CtlCmd_Move)
+    if (n_CtlCmd_Move == _eCmd)
         return pPlayer->Move(_tParam.m_iX, _tParam.m_iY, _rect);
-    if (_eCmd == n_CtlCmd_Zoom)
-        return pPlayer->Zoom(_tParam.m_iZ);
-    return -1;
+    return n_CtlCmd_Zoom == _eCmd ? pPlayer->Zoom(_tParam.m_iZ) : -1;
 }
 
 int CLS_MainPlayer::PTZCtl(int _iPtzIndex, STRUCT_CtlParam _tParam, n_PTZCtlCmd _ePTZCmd) {
-    CLS_SubPlayer* pPlayer =
-        FindPTZView(_iPtzIndex, "[  CLS_MainPlayer::PTZCtl !m_qmapSubPlayers.contains(CORRECT_TYPE_PTZ) ]",
-                    "[  CLS_MainPlayer::PTZCtl _iPtzIndex is invalid iPtzIndex = ");
-    if (nullptr == pPlayer)
-        return -1;
-    return pPlayer->PTZCtl(_tParam, _ePTZCmd);
+    CLS_SubPlayer* pPlayer = FindPTZView(_iPtzIndex, "PTZCtl");
+    return nullptr != pPlayer ? pPlayer->PTZCtl(_tParam, _ePTZCmd) : -1;
 }

@@ -12,5 +12,5 @@ if ! grep -rqs '^Types: deb-src' /etc/apt/sources.list.d/ && ! grep -qs '^deb-sr
 fi
 apt-get update -qq
 apt-get install -y -qq --no-install-recommends \
-    g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine64 dpkg-dev xz-utils >/dev/null
+    g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine wine64 dpkg-dev xz-utils >/dev/null
 echo "setup: MinGW-w64, Wine and Qt's source package available"

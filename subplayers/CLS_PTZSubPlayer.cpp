@@ -12,74 +12,43 @@ CLS_PTZSubPlayer::~CLS_PTZSubPlayer() = default;
 
 int CLS_PTZSubPlayer::CreatePlayer(void*& _pfcuHandle, int _iMainPlayerId, const STRUCT_CorrectSetup* _pParam,
                                    void* _pWindow, int* _piSubPlayerId) {
-    static const STRUCT_CreateMessages s_tMessages = {
-        "[  CLS_PTZSubPlayer::CreatePlayer nullptr == _pfcuHandle ]",
-        "[  CLS_PTZSubPlayer::CreatePlayer _iMainPlayerId < 0 ]",
-        "[  CLS_PTZSubPlayer::CreatePlayer nullptr == _pWindow ]",
-        "[  CLS_PTZSubPlayer::CreatePlayer nullptr == _piSubPlayerId ]",
-        "[  CLS_PTZSubPlayer::CreatePlayer nullptr == param ]",
-        "[  CLS_PTZSubPlayer::CreatePlayer nullptr == CLS_ZebPlayer_SDK::KW_CreateFishEyeCorrect ]",
-        "[  CLS_PTZSubPlayer::CreatePlayer CLS_ZebPlayer_SDK::KW_CreateFishEyeCorrect fail iRet = ",
-    };
     // InitPTZDraw has cached the set-up fields already.
-    return CreateEngineCorrection(s_tMessages, false, _pfcuHandle, _iMainPlayerId, _pParam, _pWindow,
+    return CreateEngineCorrection("CLS_PTZSubPlayer", false, _pfcuHandle, _iMainPlayerId, _pParam, _pWindow,
                                   _piSubPlayerId);
 }
 
 int CLS_PTZSubPlayer::DeletePlayer() {
-    if (m_iMainPlayId < 0) {
-        CLS_ZebLog::Warning("[  CLS_PTZSubPlayer::DeletePlayer m_iMainPlayId < 0 ]");
+    if (CLS_ZebLog::Refuse(
+            {{m_iMainPlayId < 0, "[  CLS_PTZSubPlayer::DeletePlayer m_iMainPlayId < 0 ]"},
+             {m_iSubPlayId < 0, "[  CLS_PTZSubPlayer::DeletePlayer m_iSubPlayId < 0 ]"},
+             {nullptr == CLS_ZebPlayer_SDK::KW_DeleteFishEyeCorrect,
+              "[  CLS_PTZSubPlayer::DeletePlayer nullptr == CLS_ZebPlayer_SDK::KW_DeleteFishEyeCorrect ]"}}) <
+        0)
         return -1;
-    }
-    if (m_iSubPlayId < 0) {
-        CLS_ZebLog::Warning("[  CLS_PTZSubPlayer::DeletePlayer m_iSubPlayId < 0 ]");
-        return -1;
-    }
-    if (nullptr == CLS_ZebPlayer_SDK::KW_DeleteFishEyeCorrect) {
-        CLS_ZebLog::Warning(
-            "[  CLS_PTZSubPlayer::DeletePlayer nullptr == CLS_ZebPlayer_SDK::KW_DeleteFishEyeCorrect ]");
-        return -1;
-    }
     return CLS_ZebPlayer_SDK::KW_DeleteFishEyeCorrect(m_iMainPlayId, m_iSubPlayId);
 }
 
 int CLS_PTZSubPlayer::GetCorrectPara(STRUCT_PTZCorrectPara* _pPara) {
-    if (m_iMainPlayId < 0) {
-        CLS_ZebLog::Warning("[  CLS_PTZSubPlayer::GetCorrectPara m_iMainPlayId < 0 ]");
+    // The last line names DeletePlayer; it is the library's established wording.
+    if (CLS_ZebLog::Refuse({{m_iMainPlayId < 0, "[  CLS_PTZSubPlayer::GetCorrectPara m_iMainPlayId < 0 ]"},
+                            {m_iSubPlayId < 0, "[  CLS_PTZSubPlayer::GetCorrectPara m_iSubPlayId < 0 ]"},
+                            {nullptr == CLS_ZebPlayer_SDK::KW_GetFishEyeCorrectPara,
+                             "[  CLS_PTZSubPlayer::DeletePlayer nullptr == "
+                             "CLS_ZebPlayer_SDK::KW_GetFishEyeCorrectPara ]"}}) < 0)
         return -1;
-    }
-    if (m_iSubPlayId < 0) {
-        CLS_ZebLog::Warning("[  CLS_PTZSubPlayer::GetCorrectPara m_iSubPlayId < 0 ]");
-        return -1;
-    }
-    if (nullptr == CLS_ZebPlayer_SDK::KW_GetFishEyeCorrectPara) {
-        // The text names DeletePlayer; it is the library's established wording.
-        CLS_ZebLog::Warning(
-            "[  CLS_PTZSubPlayer::DeletePlayer nullptr == CLS_ZebPlayer_SDK::KW_GetFishEyeCorrectPara ]");
-        return -1;
-    }
-    return CLS_ZebPlayer_SDK::KW_GetFishEyeCorrectPara(m_iMainPlayId, m_iSubPlayId, KW_CORRECT_PARA_PTZ,
-                                                       _pPara, sizeof(STRUCT_PTZCorrectPara));
+    return CLS_ZebPlayer_SDK::KW_GetFishEyeCorrectPara(m_iMainPlayId, m_iSubPlayId, KW_PARA_PTZ, _pPara,
+                                                       sizeof(STRUCT_PTZCorrectPara));
 }
 
 int CLS_PTZSubPlayer::SetCorrectPara(STRUCT_PTZCorrectPara* _pPara, bool _blForce) {
-    if (m_iMainPlayId < 0) {
-        CLS_ZebLog::Warning("[  CLS_PTZSubPlayer::SetCorrectPara m_iMainPlayId < 0 ]");
+    // The position is read from and written into the record, hence the last check.
+    if (CLS_ZebLog::Refuse(
+            {{m_iMainPlayId < 0, "[  CLS_PTZSubPlayer::SetCorrectPara m_iMainPlayId < 0 ]"},
+             {m_iSubPlayId < 0, "[  CLS_PTZSubPlayer::SetCorrectPara m_iSubPlayId < 0 ]"},
+             {nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectPara,
+              "[  CLS_PTZSubPlayer::SetCorrectPara nullptr == CLS_ZebPlayer_SDK::SetCorrectPara"},
+             {nullptr == _pPara, "[  CLS_PTZSubPlayer::SetCorrectPara nullptr == _pPara ]"}}) < 0)
         return -1;
-    }
-    if (m_iSubPlayId < 0) {
-        CLS_ZebLog::Warning("[  CLS_PTZSubPlayer::SetCorrectPara m_iSubPlayId < 0 ]");
-        return -1;
-    }
-    if (nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectPara) {
-        CLS_ZebLog::Warning(
-            "[  CLS_PTZSubPlayer::SetCorrectPara nullptr == CLS_ZebPlayer_SDK::SetCorrectPara");
-        return -1;
-    }
-    if (nullptr == _pPara) { // the position is read from and written into the record
-        CLS_ZebLog::Warning("[  CLS_PTZSubPlayer::SetCorrectPara nullptr == _pPara ]");
-        return -1;
-    }
 
     // The outline follows every write; it is rebuilt before the engine is asked, from the stored
     // position, and a failure in building it does not stop the write.
@@ -130,8 +99,8 @@ int CLS_PTZSubPlayer::SetCorrectPara(STRUCT_PTZCorrectPara* _pPara, bool _blForc
     }
     _pPara->iPTZPositionX = CLS_ZebMath::TruncToInt(tOut.m_fX * 10000.0);
     _pPara->iPTZPositionY = CLS_ZebMath::TruncToInt(tOut.m_fY * 10000.0);
-    return CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectPara(m_iMainPlayId, m_iSubPlayId, KW_CORRECT_PARA_PTZ,
-                                                       _pPara, sizeof(STRUCT_PTZCorrectPara));
+    return CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectPara(m_iMainPlayId, m_iSubPlayId, KW_PARA_PTZ, _pPara,
+                                                       sizeof(STRUCT_PTZCorrectPara));
 }
 
 void CLS_PTZSubPlayer::StorePosition(int _iX, int _iY) {

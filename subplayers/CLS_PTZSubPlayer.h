@@ -12,7 +12,7 @@
 
 #include "CLS_SubPlayer.h"
 
-#include "bindings/ZebAlgoRecords.h"
+#include "abi/ZebAlgoRecords.h"
 
 #include <QReadWriteLock>
 #include <QVector>

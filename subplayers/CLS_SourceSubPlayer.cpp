@@ -7,10 +7,10 @@ CLS_SourceSubPlayer::~CLS_SourceSubPlayer() = default;
 
 int CLS_SourceSubPlayer::CreatePlayer(void*& _pfcuHandle, int _iMainPlayerId,
                                       const STRUCT_CorrectSetup* _pParam, void* _pWindow, int*) {
-    if (nullptr == _pParam) { // the cached fields are read from the record
-        CLS_ZebLog::Warning("[  CLS_SourceSubPlayer::CreatePlayer nullptr == param ]");
+    // The cached fields are read from the record.
+    if (CLS_ZebLog::Refuse(
+            {{nullptr == _pParam, "[  CLS_SourceSubPlayer::CreatePlayer nullptr == param ]"}}) < 0)
         return -1;
-    }
     m_iMainPlayId = _iMainPlayerId;
     m_pFcuHandle = _pfcuHandle;
     m_pWindow = _pWindow;

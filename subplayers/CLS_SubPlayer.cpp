@@ -12,53 +12,35 @@ CLS_SubPlayer::~CLS_SubPlayer() {
     }
 }
 
-int CLS_SubPlayer::CheckCreateArguments(const STRUCT_CreateMessages& _tMessages, void* _pfcuHandle,
-                                        int _iMainPlayerId, const STRUCT_CorrectSetup* _pParam,
-                                        void* _pWindow, const int* _piSubPlayerId) {
-    if (nullptr == _pfcuHandle) {
-        CLS_ZebLog::Warning(_tMessages.m_pcNullHandle);
-        return -1;
-    }
-    if (_iMainPlayerId < 0) {
-        CLS_ZebLog::Warning(_tMessages.m_pcBadMainId);
-        return -1;
-    }
-    if (nullptr == _pWindow) {
-        CLS_ZebLog::Warning(_tMessages.m_pcNullWindow);
-        return -1;
-    }
-    if (nullptr == _piSubPlayerId) {
-        CLS_ZebLog::Warning(_tMessages.m_pcNullSubId);
-        return -1;
-    }
-    if (nullptr == _pParam) { // the record is read below; the main player always passes one
-        CLS_ZebLog::Warning(_tMessages.m_pcNullParam);
-        return -1;
-    }
-    return 0;
+int CLS_SubPlayer::CheckCreateArguments(const char* _pcClass, void* _pfcuHandle, int _iMainPlayerId,
+                                        const STRUCT_CorrectSetup* _pParam, void* _pWindow,
+                                        const int* _piSubPlayerId) {
+    // The record is read after the checks; the main player always passes one.
+    return CLS_ZebLog::RefuseOf(_pcClass,
+                                {{nullptr == _pfcuHandle, "CreatePlayer nullptr == _pfcuHandle ]"},
+                                 {_iMainPlayerId < 0, "CreatePlayer _iMainPlayerId < 0 ]"},
+                                 {nullptr == _pWindow, "CreatePlayer nullptr == _pWindow ]"},
+                                 {nullptr == _piSubPlayerId, "CreatePlayer nullptr == _piSubPlayerId ]"},
+                                 {nullptr == _pParam, "CreatePlayer nullptr == param ]"}});
 }
 
-int CLS_SubPlayer::CreateEngineCorrection(const STRUCT_CreateMessages& _tMessages, bool _blCacheSetup,
-                                          void* _pfcuHandle, int _iMainPlayerId,
-                                          const STRUCT_CorrectSetup* _pParam, void* _pWindow,
-                                          int* _piSubPlayerId) {
-    if (CheckCreateArguments(_tMessages, _pfcuHandle, _iMainPlayerId, _pParam, _pWindow, _piSubPlayerId) < 0)
+int CLS_SubPlayer::CreateEngineCorrection(const char* _pcClass, bool _blCacheSetup, void* _pfcuHandle,
+                                          int _iMainPlayerId, const STRUCT_CorrectSetup* _pParam,
+                                          void* _pWindow, int* _piSubPlayerId) {
+    if (CheckCreateArguments(_pcClass, _pfcuHandle, _iMainPlayerId, _pParam, _pWindow, _piSubPlayerId) < 0 ||
+        CLS_ZebLog::RefuseOf(_pcClass,
+                             {{nullptr == CLS_ZebPlayer_SDK::KW_CreateFishEyeCorrect,
+                               "CreatePlayer nullptr == CLS_ZebPlayer_SDK::KW_CreateFishEyeCorrect ]"}}) < 0)
         return -1;
-    if (nullptr == CLS_ZebPlayer_SDK::KW_CreateFishEyeCorrect) {
-        CLS_ZebLog::Warning(_tMessages.m_pcUnbound);
-        return -1;
-    }
     const int iRet =
         CLS_ZebPlayer_SDK::KW_CreateFishEyeCorrect(_iMainPlayerId, _pParam, sizeof(STRUCT_CorrectSetup));
     if (iRet < 0) {
         // The engine's own code goes back to the caller, so it can tell its failures apart.
-        CLS_ZebLog::Warning(_tMessages.m_pcEngineFail, iRet, " ]");
+        CLS_ZebLog::WarningOf(
+            _pcClass, "CreatePlayer CLS_ZebPlayer_SDK::KW_CreateFishEyeCorrect fail iRet = ", iRet, " ]");
         return iRet;
     }
-    m_pFcuHandle = _pfcuHandle;
-    m_iMainPlayId = _iMainPlayerId;
-    m_pWindow = _pWindow;
-    m_tCorrectSetup = *_pParam;
+    KeepSetup(_pfcuHandle, _iMainPlayerId, _pParam, _pWindow);
     m_iSubPlayId = iRet;
     *_piSubPlayerId = iRet;
     if (_blCacheSetup) {
@@ -69,49 +51,37 @@ int CLS_SubPlayer::CreateEngineCorrection(const STRUCT_CreateMessages& _tMessage
     return 0;
 }
 
+void CLS_SubPlayer::KeepSetup(void* _pfcuHandle, int _iMainPlayerId, const STRUCT_CorrectSetup* _pParam,
+                              void* _pWindow) {
+    m_pFcuHandle = _pfcuHandle;
+    m_iMainPlayId = _iMainPlayerId;
+    m_pWindow = _pWindow;
+    m_tCorrectSetup = *_pParam;
+}
+
 int CLS_SubPlayer::CreatePlayer(void*& _pfcuHandle, int _iMainPlayerId, const STRUCT_CorrectSetup* _pParam,
                                 void* _pWindow, int* _piSubPlayerId) {
-    static const STRUCT_CreateMessages s_tMessages = {
-        "[  CLS_SubPlayer::CreatePlayer nullptr == _pfcuHandle ]",
-        "[  CLS_SubPlayer::CreatePlayer _iMainPlayerId < 0 ]",
-        "[  CLS_SubPlayer::CreatePlayer nullptr == _pWindow ]",
-        "[  CLS_SubPlayer::CreatePlayer nullptr == _piSubPlayerId ]",
-        "[  CLS_SubPlayer::CreatePlayer nullptr == param ]",
-        "[  CLS_SubPlayer::CreatePlayer nullptr == CLS_ZebPlayer_SDK::KW_CreateFishEyeCorrect ]",
-        "[  CLS_SubPlayer::CreatePlayer CLS_ZebPlayer_SDK::KW_CreateFishEyeCorrect fail iRet = ",
-    };
-    return CreateEngineCorrection(s_tMessages, true, _pfcuHandle, _iMainPlayerId, _pParam, _pWindow,
+    return CreateEngineCorrection("CLS_SubPlayer", true, _pfcuHandle, _iMainPlayerId, _pParam, _pWindow,
                                   _piSubPlayerId);
 }
 
 int CLS_SubPlayer::DeletePlayer() {
-    if (m_iMainPlayId < 0) {
-        CLS_ZebLog::Warning("[  CLS_SubPlayer::DeletePlayer m_iMainPlayId < 0 ]");
+    // The second line names CreatePlayer; it is the library's established wording.
+    if (CLS_ZebLog::Refuse(
+            {{m_iMainPlayId < 0, "[  CLS_SubPlayer::DeletePlayer m_iMainPlayId < 0 ]"},
+             {nullptr == CLS_ZebPlayer_SDK::KW_DeleteFishEyeCorrect,
+              "[  CLS_SubPlayer::CreatePlayer nullptr == CLS_ZebPlayer_SDK::KW_DeleteFishEyeCorrect ]"}}) < 0)
         return -1;
-    }
-    if (nullptr == CLS_ZebPlayer_SDK::KW_DeleteFishEyeCorrect) {
-        // The text names CreatePlayer; it is the library's established wording.
-        CLS_ZebLog::Warning(
-            "[  CLS_SubPlayer::CreatePlayer nullptr == CLS_ZebPlayer_SDK::KW_DeleteFishEyeCorrect ]");
-        return -1;
-    }
     return CLS_ZebPlayer_SDK::KW_DeleteFishEyeCorrect(m_iMainPlayId, m_iSubPlayId);
 }
 
 int CLS_SubPlayer::SetFecCallBackFunc(PF_FishEyeCorrectCallBack _pfCallBack, void* _pUser) {
-    if (m_iMainPlayId < 0) {
-        CLS_ZebLog::Warning("[  CLS_SubPlayer::SetFecCallBackFunc m_iMainPlayId < 0 ]");
+    if (CLS_ZebLog::Refuse({{m_iMainPlayId < 0, "[  CLS_SubPlayer::SetFecCallBackFunc m_iMainPlayId < 0 ]"},
+                            {m_iSubPlayId < 0, "[  CLS_SubPlayer::SetFecCallBackFunc m_iSubPlayId < 0 ]"},
+                            {nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectCallBack,
+                             "[  CLS_SubPlayer::SetFecCallBackFunc nullptr == "
+                             "CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectCallBack ]"}}) < 0)
         return -1;
-    }
-    if (m_iSubPlayId < 0) {
-        CLS_ZebLog::Warning("[  CLS_SubPlayer::SetFecCallBackFunc m_iSubPlayId < 0 ]");
-        return -1;
-    }
-    if (nullptr == CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectCallBack) {
-        CLS_ZebLog::Warning("[  CLS_SubPlayer::SetFecCallBackFunc nullptr == "
-                            "CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectCallBack ]");
-        return -1;
-    }
     return CLS_ZebPlayer_SDK::KW_SetFishEyeCorrectCallBack(m_iMainPlayId, m_iSubPlayId, _pfCallBack, _pUser);
 }
 

@@ -38,26 +38,18 @@ public:
     int SetFecCallBackFunc(PF_FishEyeCorrectCallBack _pfCallBack, void* _pUser);
 
 protected:
-    // The lines a view's CreatePlayer writes; each kind names itself in them.
-    struct STRUCT_CreateMessages {
-        const char* m_pcNullHandle;
-        const char* m_pcBadMainId;
-        const char* m_pcNullWindow;
-        const char* m_pcNullSubId;
-        const char* m_pcNullParam;
-        const char* m_pcUnbound;    // KW_CreateFishEyeCorrect not bound
-        const char* m_pcEngineFail; // followed by the engine's result and " ]"
-    };
-
-    // The argument checks of CreatePlayer, in their fixed order; 0 or -1 (logged).
-    static int CheckCreateArguments(const STRUCT_CreateMessages& _tMessages, void* _pfcuHandle,
-                                    int _iMainPlayerId, const STRUCT_CorrectSetup* _pParam, void* _pWindow,
+    // The argument checks of CreatePlayer, in their fixed order, with lines that name _pcClass;
+    // 0 or -1 (logged).
+    static int CheckCreateArguments(const char* _pcClass, void* _pfcuHandle, int _iMainPlayerId,
+                                    const STRUCT_CorrectSetup* _pParam, void* _pWindow,
                                     const int* _piSubPlayerId);
     // Checks the arguments, opens the engine correction and, on success only, records the view.
     // The cached set-up fields are refreshed only when _blCacheSetup is set.
-    int CreateEngineCorrection(const STRUCT_CreateMessages& _tMessages, bool _blCacheSetup, void* _pfcuHandle,
+    int CreateEngineCorrection(const char* _pcClass, bool _blCacheSetup, void* _pfcuHandle,
                                int _iMainPlayerId, const STRUCT_CorrectSetup* _pParam, void* _pWindow,
                                int* _piSubPlayerId);
+    // Records the main player's handle and id, the window and the set-up record of the view.
+    void KeepSetup(void* _pfcuHandle, int _iMainPlayerId, const STRUCT_CorrectSetup* _pParam, void* _pWindow);
 
     int m_iMainPlayId = -1;                // engine id of the main player; negative: not created
     int m_iSubPlayId = -1;                 // engine id of this view's correction; negative: none

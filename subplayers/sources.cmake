@@ -6,6 +6,7 @@ set(FISHPLAYER_SUBPLAYERS_SOURCES
     subplayers/CLS_PTZSubPlayer_Control.cpp
     subplayers/CLS_PTZSubPlayer_Coord.cpp
     subplayers/CLS_PTZSubPlayer_Outline.cpp
+    subplayers/CLS_PanoramaSubPlayer.cpp
     subplayers/CLS_180ViewSubPlayer.cpp
     subplayers/CLS_360ViewSubPlayer.cpp
     subplayers/CLS_LATViewSubPlayer.cpp

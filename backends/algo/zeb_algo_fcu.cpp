@@ -14,7 +14,7 @@
 // The exports keep the exact types the library binds them with.
 #define ZEB_FCU_FN(name, result, args)                                                                       \
     static_assert(std::is_same_v<decltype(&name), result(*) args>, #name " has the bound type");
-#include "bindings/ZebAlgoFunctions.inc"
+#include "abi/ZebAlgoExports.inc"
 #undef ZEB_FCU_FN
 
 using namespace fisheye;

@@ -6,7 +6,7 @@
 // CLS_FisheyeGeometry. It depends on the C++ standard library only.
 //
 // Records. Every record starts with its size in bytes, which must be exactly the size given here;
-// the records and their offsets are those of bindings/ZebAlgoRecords.h:
+// the records and their offsets are those of abi/ZebAlgoRecords.h:
 //   STRUCT_FcuInitParam (132)           set-up of a handle (Init, Ctrl)
 //     4  width, 8 height               the source picture in pixels, both > 0
 //     12 mounting mode                 1 wall, 2 ceiling, 3 floor: the default of every request
@@ -58,7 +58,7 @@
 #ifndef ZEB_ALGO_FCU_H
 #define ZEB_ALGO_FCU_H
 
-#include "bindings/ZebAlgoRecords.h"
+#include "abi/ZebAlgoRecords.h"
 
 #if defined(_WIN32)
 #define ZEB_FCU_API extern "C" __declspec(dllexport)

@@ -10,7 +10,7 @@
 #include "ViewParamsBuilder.h"
 #include "ViewRenderer.h"
 
-#include "bindings/ZebPlayerRecords.h"
+#include "abi/ZebPlayerRecords.h"
 
 #include <atomic>
 #include <condition_variable>

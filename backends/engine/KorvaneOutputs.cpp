@@ -6,6 +6,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <type_traits>
 
 using namespace korvane;
 
@@ -154,9 +155,19 @@ KW_EXPORT int KW_Ext_SaveSurfacePng(void* _hSurface, const char* _pcPath) {
 
 // ---- Exports this engine does not provide ----
 
-#define KW_DEFINE_NOT_SUPPORTED(name)                                                                        \
+#define ZEB_KW_EXPORT(role, name, result, args) KW_DEFINE_##role(name)
+#define KW_DEFINE_UNTYPED(name)                                                                              \
     KW_EXPORT int name(void) {                                                                               \
         return KW_ERR_NOT_SUPPORTED;                                                                         \
     }
-KW_NOT_SUPPORTED_EXPORTS(KW_DEFINE_NOT_SUPPORTED)
-#undef KW_DEFINE_NOT_SUPPORTED
+#define KW_DEFINE_CALLED(name)
+#define KW_DEFINE_RESOLVED(name)
+#define KW_DEFINE_EXTENSION(name)
+#include "abi/KorvaneExports.inc"
+#undef ZEB_KW_EXPORT
+
+// Every export has the type of the contract list, which the library's typed pointers have too.
+#define ZEB_KW_EXPORT(role, name, result, args)                                                              \
+    static_assert(std::is_same_v<decltype(&::name), result(*) args>, #name " has the listed type");
+#include "abi/KorvaneExports.inc"
+#undef ZEB_KW_EXPORT

@@ -5,7 +5,7 @@
 
 #include "ViewRenderer.h"
 
-#include "bindings/ZebPlayerRecords.h"
+#include "abi/ZebPlayerRecords.h"
 
 namespace korvane {
 

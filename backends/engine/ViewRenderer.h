@@ -4,6 +4,7 @@
 
 #include "RenderTarget.h"
 #include "YuvRemap.h"
+#include "abi/KorvaneContract.h"
 
 #include <cstdint>
 #include <memory>
@@ -25,12 +26,12 @@ struct Frame {
 
 // View kinds: the correction type of the view's set-up record.
 enum n_ViewKind : int {
-    n_ViewKind_Source = 0,     // the picture as decoded
-    n_ViewKind_PTZ = 256,      // perspective cut-out at a position and zoom
-    n_ViewKind_180 = 512,      // 180-degree panorama
-    n_ViewKind_360 = 768,      // 360-degree panorama
-    n_ViewKind_LAT = 1024,     // latitude/longitude view
-    n_ViewKind_Fisheye = 1280, // the whole fisheye circle
+    n_ViewKind_Source = KW_CORRECT_SOURCE,   // the picture as decoded
+    n_ViewKind_PTZ = KW_CORRECT_PTZ,         // perspective cut-out at a position and zoom
+    n_ViewKind_180 = KW_CORRECT_180,         // 180-degree panorama
+    n_ViewKind_360 = KW_CORRECT_360,         // 360-degree panorama
+    n_ViewKind_LAT = KW_CORRECT_LAT,         // latitude/longitude view
+    n_ViewKind_Fisheye = KW_CORRECT_FISHEYE, // the whole fisheye circle
 };
 
 // What a renderer needs to know of one view, rebuilt by the engine for every picture (see

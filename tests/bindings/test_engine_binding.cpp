@@ -6,14 +6,88 @@
 
 namespace {
 
-// The documented exports, in their documented order (independent of the library's own list).
+// The documented exports, in their documented order: the oracle, written here on purpose and not
+// taken from the contract list it checks.
 const std::vector<std::string>& DocumentedNames() {
     static const std::vector<std::string> s_vecNames = {
-#define FAKE_KW_CALLED(name) #name,
-#define FAKE_KW_UNUSED(name) #name,
-#include "fakes/EngineExports.inc"
-#undef FAKE_KW_UNUSED
-#undef FAKE_KW_CALLED
+        "KW_SetAVMode",
+        "KW_SetVideoMode",
+        "KW_CreateSystem",
+        "KW_DeleteSystem",
+        "KW_CreatePlayerFromFile",
+        "KW_DeletePlayer",
+        "KW_DeletePlayerEx",
+        "KW_RegisterEventMsg",
+        "KW_RegisterNotifyPlayToEnd",
+        "KW_RegisterNotifyGetDecAV",
+        "KW_SetPlayRect",
+        "KW_SetPlayRectEx",
+        "KW_Play",
+        "KW_Pause",
+        "KW_Stop",
+        "KW_PlayAudio",
+        "KW_StopAudio",
+        "KW_SetAudioVolumn",
+        "KW_SetAudioVolumeEx",
+        "KW_GoBegin",
+        "KW_GoEnd",
+        "KW_FastForward",
+        "KW_SlowForward",
+        "KW_FastBackward",
+        "KW_StepForward",
+        "KW_StepBackward",
+        "KW_Seek",
+        "KW_SeekEx",
+        "KW_GetFrameRate",
+        "KW_GetPlayingFrameNum",
+        "KW_GetPlayTime",
+        "KW_GetFrameCount",
+        "KW_GetBeginEnd",
+        "KW_GetFileName",
+        "KW_CapturePic",
+        "KW_CaptureBmpPic",
+        "KW_CapturePicture",
+        "KW_CreatePlayerFromStream",
+        "KW_PutStreamToPlayer",
+        "KW_StartMonitorCPU",
+        "KW_StopMonitorCPU",
+        "KW_GetVersion",
+        "KW_SetEZoom",
+        "KW_ResetEZoom",
+        "KW_AddEZoom",
+        "KW_RemoveEZoom",
+        "KW_GetVideoParam",
+        "KW_DrawPolyOnLocalVideo",
+        "KW_VECleanup",
+        "KW_VEAbort",
+        "KW_SegmentToFile",
+        "KW_RemoveAudio",
+        "KW_RegisterVECallBack",
+        "KW_Locate",
+        "KW_GetCurFrameNo",
+        "KW_GetVEState",
+        "KW_Combine",
+        "KW_SetVideoDecryptKey",
+        "KW_GetVideoDecryptKey",
+        "KW_CreatePlayerFromVoD",
+        "KW_SetCleanVoDBuffer",
+        "KW_RegisterCommonEventCallBackEx",
+        "KW_SetFrameListBufferSize",
+        "KW_GetBeginEndTimeStamp",
+        "KW_CleanStreamBuffer",
+        "KW_GetUserDataInfo",
+        "KW_PlayerControl",
+        "KW_RegisterCommonEventCallBack_V4",
+        "KW_SetDecCallBack",
+        "KW_SetSrcRect",
+        "KW_DrawText",
+        "KW_CreateFishEyeCorrect",
+        "KW_DeleteFishEyeCorrect",
+        "KW_SetFishEyeCorrectCallBack",
+        "KW_CreatePlayerForSpecialNeeds",
+        "KW_SetFishEyeCorrectEnable",
+        "KW_GetFishEyeCorrectPara",
+        "KW_SetFishEyeCorrectPara",
     };
     return s_vecNames;
 }
@@ -21,11 +95,13 @@ const std::vector<std::string>& DocumentedNames() {
 // The binding's pointers, in the binding's own order.
 std::vector<std::pair<std::string, void*>> BoundPointers() {
     return {
-#define ZEB_KW_FN(name) {#name, reinterpret_cast<void*>(CLS_ZebPlayer_SDK::name)},
-#define ZEB_KW_FN_TYPED(name, result, args) ZEB_KW_FN(name)
-#include "bindings/ZebPlayerFunctions.inc"
-#undef ZEB_KW_FN_TYPED
-#undef ZEB_KW_FN
+#define ZEB_KW_EXPORT(role, name, result, args) ZEB_KW_BOUND_##role(name)
+#define ZEB_KW_BOUND(name) {#name, reinterpret_cast<void*>(CLS_ZebPlayer_SDK::name)},
+#define ZEB_KW_BOUND_CALLED(name) ZEB_KW_BOUND(name)
+#define ZEB_KW_BOUND_RESOLVED(name) ZEB_KW_BOUND(name)
+#define ZEB_KW_BOUND_UNTYPED(name) ZEB_KW_BOUND(name)
+#define ZEB_KW_BOUND_EXTENSION(name)
+#include "abi/KorvaneExports.inc"
     };
 }
 

@@ -82,6 +82,39 @@ inline QMap<int, QVector<void*>> EveryViewWindows() {
     return qmap;
 }
 
+using Names = std::vector<std::string>;
+
+// The names of the calls in a fake's journal, in order.
+inline Names CallNames(FakeControl* _pFake) {
+    Names vecNames;
+    if (_pFake)
+        for (const FakeCall& call : _pFake->Journal())
+            vecNames.push_back(call.m_strName);
+    return vecNames;
+}
+
+// The log of a stream creation that failed in the main player: its own line, then the two lines
+// of the facade with the result.
+inline Names StreamCreationFailure(const std::string& _strFirst, int _iRet) {
+    const std::string strRet = " " + std::to_string(_iRet) + "  ]";
+    return {_strFirst,
+            "warning: _ZEB_ Panoview : [  CLS_FishPlayer::CreateMainPlayer pMainPlayer->CreateMainPlayer "
+            "fail iRet = " +
+                strRet,
+            "warning: _ZEB_ Panoview : [  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  "
+            "CreateMainPlayer fail "
+            "iRet = " +
+                strRet};
+}
+
+// A failed creation frees the player made for it, and with it the algorithm handle it made.
+inline void ExpectAlgoHandleReleased() {
+    EXPECT_EQ(CallNames(FakeAlgo()), Names({"ZebAlgo_FCU_Creat", "ZebAlgo_FCU_Init", "ZebAlgo_FCU_Release"}));
+    const std::vector<FakeCall> vecRelease = FakeAlgo()->Calls("ZebAlgo_FCU_Release");
+    ASSERT_EQ(vecRelease.size(), 1u);
+    EXPECT_NE(vecRelease[0].m_vecArgs.at(0), 0);
+}
+
 class FacadeTest : public ::testing::Test {
 protected:
     // The log of the singleton's first use in this process.

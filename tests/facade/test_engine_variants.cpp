@@ -60,17 +60,23 @@ TEST_F(FacadeWithout, KW_CreatePlayerForSpecialNeeds) {
     int iResult = 0;
     EXPECT_EQ(Create(EveryViewWindows(), nullptr, 1, false, &iResult), -1);
     EXPECT_EQ(iResult, -1);
-    EXPECT_THAT(TestLog::Lines(), Contains(Info("[  CLS_MainPlayer::CreateMainPlayer nullptr == "
-                                                "CLS_ZebPlayer_SDK::KW_CreatePlayerForSpecialNeeds]")));
+    EXPECT_EQ(TestLog::Lines(),
+              StreamCreationFailure(Info("[  CLS_MainPlayer::CreateMainPlayer nullptr == "
+                                         "CLS_ZebPlayer_SDK::KW_CreatePlayerForSpecialNeeds]"),
+                                    -1));
+    EXPECT_EQ(CallNames(FakeEngine()), Names({}));
+    ExpectAlgoHandleReleased();
 }
 
 TEST_F(FacadeWithout, KW_Play) {
     int iResult = 0;
     EXPECT_EQ(Create(EveryViewWindows(), nullptr, 1, false, &iResult), -1);
     EXPECT_EQ(iResult, -1);
-    EXPECT_THAT(TestLog::Lines(),
-                Contains(Info("[  CLS_MainPlayer::CreateMainPlayer nullptr == CLS_ZebPlayer_SDK::KW_Play]")));
-    EXPECT_TRUE(FakeEngine()->Calls("KW_CreatePlayerForSpecialNeeds").empty());
+    EXPECT_EQ(TestLog::Lines(),
+              StreamCreationFailure(
+                  Info("[  CLS_MainPlayer::CreateMainPlayer nullptr == CLS_ZebPlayer_SDK::KW_Play]"), -1));
+    EXPECT_EQ(CallNames(FakeEngine()), Names({}));
+    ExpectAlgoHandleReleased();
 }
 
 TEST_F(FacadeWithout, KW_PlayerControl) {

@@ -172,7 +172,7 @@ TEST_F(FacadeTest, FeedingChecksTheIdThenTheDataThenTheSize) {
     EXPECT_EQ(m_pFish->FishPlayer_DeleteAllPlayer(iId), 0);
 }
 
-TEST_F(FacadeTest, CreationFromAFileAlwaysFails) {
+TEST_F(FacadeTest, CreationFromAFileAlwaysFailsAndCallsNoEngineFunction) {
     int iId = 77;
     QMap<int, QVector<int>> qmapIds;
     EXPECT_EQ(m_pFish->FishPlayer_CreatePlayerFromFile(m_tParam, Window(0), EveryViewWindows(),
@@ -180,15 +180,15 @@ TEST_F(FacadeTest, CreationFromAFileAlwaysFails) {
               -1);
     EXPECT_EQ(iId, 77);
     EXPECT_TRUE(qmapIds.isEmpty());
-    // The player made for the attempt is deleted at once; having opened nothing, it says so.
+    // Two lines and no engine call: the player made for the attempt goes without a trace.
     EXPECT_EQ(
         TestLog::Lines(),
         Lines(
             {Warning("[  CLS_FishPlayer::CreateMainPlayer pMainPlayer->CreateMainPlayer fail iRet =  -1  ]"),
-             Warning("[  CLS_MainPlayer::DeleteAllPlayer m_iMainPlayId < 0 ]"),
              Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromFile  CreateMainPlayer fail iRet =  -1  "
                      "]")}));
-    EXPECT_TRUE(FakeEngine()->Calls("KW_CreatePlayerForSpecialNeeds").empty());
+    EXPECT_EQ(CallNames(FakeEngine()), Names({}));
+    ExpectAlgoHandleReleased();
     // Nothing was registered under the client's id.
     TestLog::Clear();
     EXPECT_EQ(m_pFish->FishPlayer_EnableFish(77, true), -1);
@@ -235,7 +235,7 @@ TEST_F(FacadeTest, CreationArgumentChecks) {
     EXPECT_TRUE(FakeEngine()->Journal().empty());
 }
 
-TEST_F(FacadeTest, AFailedCreationLeavesNothingBehind) {
+TEST_F(FacadeTest, AHeaderOfTheWrongSizeCallsNoEngineFunction) {
     StreamHeader tHeader{{16, 1920, 1080}}; // the header says 16 bytes, the client gives 12
     QMap<int, QVector<int>> qmapIds;
     int iId = 6;
@@ -245,32 +245,40 @@ TEST_F(FacadeTest, AFailedCreationLeavesNothingBehind) {
               -1);
     EXPECT_EQ(
         TestLog::Lines(),
-        Lines(
-            {"info: _ZEB_ Panoview : [  CLS_MainPlayer::CreateMainPlayer header.m_iSize != _iHeadSize ]",
-             Warning("[  CLS_FishPlayer::CreateMainPlayer pMainPlayer->CreateMainPlayer fail iRet =  -1  ]"),
-             Warning("[  CLS_MainPlayer::DeleteAllPlayer m_iMainPlayId < 0 ]"),
-             Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  CreateMainPlayer fail iRet =  -1 "
-                     " ]")}));
-    // The failed player was destroyed: its algorithm handle went back to the algorithm.
-    const std::vector<FakeCall> vecCreat = FakeAlgo()->Calls("ZebAlgo_FCU_Creat");
-    const std::vector<FakeCall> vecRelease = FakeAlgo()->Calls("ZebAlgo_FCU_Release");
-    ASSERT_EQ(vecCreat.size(), 1u);
-    ASSERT_EQ(vecRelease.size(), 1u);
-    EXPECT_TRUE(FakeEngine()->Calls("KW_CreatePlayerForSpecialNeeds").empty());
+        StreamCreationFailure(
+            "info: _ZEB_ Panoview : [  CLS_MainPlayer::CreateMainPlayer header.m_iSize != _iHeadSize ]", -1));
+    EXPECT_EQ(CallNames(FakeEngine()), Names({}));
+    ExpectAlgoHandleReleased();
     EXPECT_EQ(iId, 6);
+    EXPECT_TRUE(qmapIds.isEmpty());
 }
 
-TEST_F(FacadeTest, AFailedPlayStartDeletesTheEnginePlayer) {
+TEST_F(FacadeTest, ANegativePlayIdEndsCreationAfterTheEngineCall) {
+    FakeEngine()->PushResult("KW_CreatePlayerForSpecialNeeds", -5);
+    int iResult = 0;
+    EXPECT_EQ(Create(EveryViewWindows(), nullptr, 1, false, &iResult), -1);
+    EXPECT_EQ(iResult, -1);
+    EXPECT_EQ(
+        TestLog::Lines(),
+        StreamCreationFailure("info: _ZEB_ Panoview : [  CLS_MainPlayer::CreateMainPlayer "
+                              "CLS_ZebPlayer_SDK::KW_CreatePlayerForSpecialNeeds < 0  iPlayerID =  -5  ]",
+                              -1));
+    EXPECT_EQ(CallNames(FakeEngine()), Names({"KW_CreatePlayerForSpecialNeeds"}));
+    ExpectAlgoHandleReleased();
+}
+
+TEST_F(FacadeTest, AFailedPlayStartEndsCreationAfterThePlayCall) {
     FakeEngine()->PushResult("KW_Play", -8);
     int iResult = 0;
     EXPECT_EQ(Create(EveryViewWindows(), nullptr, 1, false, &iResult), -1);
     EXPECT_EQ(iResult, -8);
-    const std::vector<FakeCall> vecDelete = FakeEngine()->Calls("KW_DeletePlayer");
-    ASSERT_EQ(vecDelete.size(), 1u);
-    EXPECT_EQ(vecDelete[0].m_vecArgs[0], 1);
-    EXPECT_EQ(
-        TestLog::Lines().back(),
-        Warning("[  CLS_FishPlayer::FishPlayer_CreatePlayerFromStream  CreateMainPlayer fail iRet =  -8  ]"));
+    EXPECT_EQ(TestLog::Lines(), StreamCreationFailure(Warning("KW_Play fail iRet =  -8"), -8));
+    // The engine player stays open (the abandoned player never closes it); nothing follows the start.
+    EXPECT_EQ(CallNames(FakeEngine()), Names({"KW_CreatePlayerForSpecialNeeds", "KW_Play"}));
+    const std::vector<FakeCall> vecPlay = FakeEngine()->Calls("KW_Play");
+    ASSERT_EQ(vecPlay.size(), 1u);
+    EXPECT_EQ(vecPlay[0].m_vecArgs, std::vector<std::int64_t>({1}));
+    ExpectAlgoHandleReleased();
 }
 
 TEST_F(FacadeTest, OtherStreamTypesRegisterUnderTheClientsIdWithoutAnEnginePlayer) {

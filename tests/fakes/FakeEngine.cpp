@@ -183,12 +183,15 @@ FAKE_EXPORT int KW_SetFishEyeCorrectPara(int _iPlayId, int _iCorrectId, int _iKi
     return iRet;
 }
 
-// Exports the library binds but never calls: they only leave a trace.
-#define FAKE_KW_CALLED(name)
-#define FAKE_KW_UNUSED(name)                                                                                 \
+// Exports the library binds but never calls: they only leave a trace. The open engine's extension
+// is not the closed engine's, so the fake has none.
+#define FAKE_KW_STUB(name)                                                                                   \
     FAKE_EXPORT int name() {                                                                                 \
         return Call({#name, {}, {}}, -1);                                                                    \
     }
-#include "EngineExports.inc"
-#undef FAKE_KW_UNUSED
-#undef FAKE_KW_CALLED
+#define ZEB_KW_EXPORT(role, name, result, args) FAKE_KW_##role(name)
+#define FAKE_KW_CALLED(name)
+#define FAKE_KW_RESOLVED(name) FAKE_KW_STUB(name)
+#define FAKE_KW_UNTYPED(name) FAKE_KW_STUB(name)
+#define FAKE_KW_EXTENSION(name)
+#include "abi/KorvaneExports.inc"

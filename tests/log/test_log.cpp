@@ -57,4 +57,32 @@ TEST_F(LogLine, NegativeAndExtremeIntegers) {
     EXPECT_EQ(TestLog::Lines(), Lines({"warning: _ZEB_ Panoview : v =  -2147483648  w =  2147483647"}));
 }
 
+TEST_F(LogLine, RefuseWritesOnlyTheFirstRefusingCheck) {
+    EXPECT_EQ(CLS_ZebLog::Refuse({{false, "first"}, {true, "[  second ]"}, {true, "third"}}), -1);
+    EXPECT_EQ(TestLog::Lines(), Lines({"warning: _ZEB_ Panoview : [  second ]"}));
+}
+
+TEST_F(LogLine, RefuseInfoWritesAtInfoLevel) {
+    EXPECT_EQ(CLS_ZebLog::RefuseInfo({{true, "[  first ]"}, {true, "second"}}), -1);
+    EXPECT_EQ(TestLog::Lines(), Lines({"info: _ZEB_ Panoview : [  first ]"}));
+}
+
+TEST_F(LogLine, NothingRefusedIsZeroAndSilent) {
+    EXPECT_EQ(CLS_ZebLog::Refuse({{false, "first"}, {false, "second"}}), 0);
+    EXPECT_EQ(CLS_ZebLog::RefuseInfo({}), 0);
+    EXPECT_TRUE(TestLog::Lines().empty());
+}
+
+TEST_F(LogLine, LinesOfAClassThatNamesItself) {
+    CLS_ZebLog::WarningOf("CLS_360ViewSubPlayer", "Move GetCorrectPara fail iRet = ", -2, " ]");
+    EXPECT_EQ(CLS_ZebLog::RefuseOf("CLS_180ViewSubPlayer", {{false, "GetCorrectPara first ]"},
+                                                            {true, "GetCorrectPara m_iMainPlayId < 0 ]"}}),
+              -1);
+    EXPECT_EQ(CLS_ZebLog::RefuseOf("CLS_180ViewSubPlayer", {{false, "unused ]"}}), 0);
+    EXPECT_EQ(
+        TestLog::Lines(),
+        Lines({"warning: _ZEB_ Panoview : [  CLS_360ViewSubPlayer::Move GetCorrectPara fail iRet =  -2  ]",
+               "warning: _ZEB_ Panoview : [  CLS_180ViewSubPlayer::GetCorrectPara m_iMainPlayId < 0 ]"}));
+}
+
 } // namespace

@@ -10,103 +10,36 @@
 
 namespace {
 
-const char* const ALL_EXPORTS[] = {"KW_SetAVMode",
-                                   "KW_SetVideoMode",
-                                   "KW_CreateSystem",
-                                   "KW_DeleteSystem",
-                                   "KW_CreatePlayerFromFile",
-                                   "KW_DeletePlayer",
-                                   "KW_DeletePlayerEx",
-                                   "KW_RegisterEventMsg",
-                                   "KW_RegisterNotifyPlayToEnd",
-                                   "KW_RegisterNotifyGetDecAV",
-                                   "KW_SetPlayRect",
-                                   "KW_SetPlayRectEx",
-                                   "KW_Play",
-                                   "KW_Pause",
-                                   "KW_Stop",
-                                   "KW_PlayAudio",
-                                   "KW_StopAudio",
-                                   "KW_SetAudioVolumn",
-                                   "KW_SetAudioVolumeEx",
-                                   "KW_GoBegin",
-                                   "KW_GoEnd",
-                                   "KW_FastForward",
-                                   "KW_SlowForward",
-                                   "KW_FastBackward",
-                                   "KW_StepForward",
-                                   "KW_StepBackward",
-                                   "KW_Seek",
-                                   "KW_SeekEx",
-                                   "KW_GetFrameRate",
-                                   "KW_GetPlayingFrameNum",
-                                   "KW_GetPlayTime",
-                                   "KW_GetFrameCount",
-                                   "KW_GetBeginEnd",
-                                   "KW_GetFileName",
-                                   "KW_CapturePic",
-                                   "KW_CaptureBmpPic",
-                                   "KW_CapturePicture",
-                                   "KW_CreatePlayerFromStream",
-                                   "KW_PutStreamToPlayer",
-                                   "KW_StartMonitorCPU",
-                                   "KW_StopMonitorCPU",
-                                   "KW_GetVersion",
-                                   "KW_SetEZoom",
-                                   "KW_ResetEZoom",
-                                   "KW_AddEZoom",
-                                   "KW_RemoveEZoom",
-                                   "KW_GetVideoParam",
-                                   "KW_DrawPolyOnLocalVideo",
-                                   "KW_VECleanup",
-                                   "KW_VEAbort",
-                                   "KW_SegmentToFile",
-                                   "KW_RemoveAudio",
-                                   "KW_RegisterVECallBack",
-                                   "KW_Locate",
-                                   "KW_GetCurFrameNo",
-                                   "KW_GetVEState",
-                                   "KW_Combine",
-                                   "KW_SetVideoDecryptKey",
-                                   "KW_GetVideoDecryptKey",
-                                   "KW_CreatePlayerFromVoD",
-                                   "KW_SetCleanVoDBuffer",
-                                   "KW_RegisterCommonEventCallBackEx",
-                                   "KW_SetFrameListBufferSize",
-                                   "KW_GetBeginEndTimeStamp",
-                                   "KW_CleanStreamBuffer",
-                                   "KW_GetUserDataInfo",
-                                   "KW_PlayerControl",
-                                   "KW_RegisterCommonEventCallBack_V4",
-                                   "KW_SetDecCallBack",
-                                   "KW_SetSrcRect",
-                                   "KW_DrawText",
-                                   "KW_CreateFishEyeCorrect",
-                                   "KW_DeleteFishEyeCorrect",
-                                   "KW_SetFishEyeCorrectCallBack",
-                                   "KW_CreatePlayerForSpecialNeeds",
-                                   "KW_SetFishEyeCorrectEnable",
-                                   "KW_GetFishEyeCorrectPara",
-                                   "KW_SetFishEyeCorrectPara"};
-
+// The contract list's names by role: the closed engine's 78 (those the library calls, those it only
+// binds) and the open engine's extension.
+#define ZEB_KW_EXPORT(role, name, result, args) KW_NAME_##role(#name)
+#define KW_NAME_CALLED(name) name,
+#define KW_NAME_RESOLVED(name) name,
+#define KW_NAME_UNTYPED(name) name,
+#define KW_NAME_EXTENSION(name)
+const char* const ALL_EXPORTS[] = {
+#include "abi/KorvaneExports.inc"
+};
+#undef KW_NAME_UNTYPED
+#define KW_NAME_UNTYPED(name)
 // The twelve that the fishplayer library calls and the five that do real work.
-const char* const WORKING_EXPORTS[] = {"KW_CreateSystem",
-                                       "KW_CreatePlayerForSpecialNeeds",
-                                       "KW_Play",
-                                       "KW_PlayerControl",
-                                       "KW_PutStreamToPlayer",
-                                       "KW_DeletePlayer",
-                                       "KW_CreateFishEyeCorrect",
-                                       "KW_DeleteFishEyeCorrect",
-                                       "KW_SetFishEyeCorrectCallBack",
-                                       "KW_SetFishEyeCorrectEnable",
-                                       "KW_GetFishEyeCorrectPara",
-                                       "KW_SetFishEyeCorrectPara",
-                                       "KW_CapturePic",
-                                       "KW_CaptureBmpPic",
-                                       "KW_CapturePicture",
-                                       "KW_GetVersion",
-                                       "KW_GetVideoParam"};
+const char* const WORKING_EXPORTS[] = {
+#include "abi/KorvaneExports.inc"
+};
+#undef KW_NAME_CALLED
+#undef KW_NAME_RESOLVED
+#undef KW_NAME_EXTENSION
+#define KW_NAME_CALLED(name)
+#define KW_NAME_RESOLVED(name)
+#define KW_NAME_EXTENSION(name) name,
+const char* const EXTENSION_EXPORTS[] = {
+#include "abi/KorvaneExports.inc"
+};
+#undef KW_NAME_CALLED
+#undef KW_NAME_RESOLVED
+#undef KW_NAME_UNTYPED
+#undef KW_NAME_EXTENSION
+#undef ZEB_KW_EXPORT
 
 void UserDataSink(int, int, const unsigned char*, int, void*) {}
 void CorrectSink(int, void*) {}
@@ -125,8 +58,9 @@ TEST(EngineExports, AllSeventyEightNamesAndTheExtensionAreExported) {
     ASSERT_EQ(sizeof(ALL_EXPORTS) / sizeof(ALL_EXPORTS[0]), 78u);
     for (const char* pcName : ALL_EXPORTS)
         EXPECT_NE(Symbol(pcName), nullptr) << pcName;
-    for (const char* pcName : {"KW_Ext_CreateSurface", "KW_Ext_DestroySurface", "KW_Ext_GetSurfaceSize",
-                               "KW_Ext_ReadSurface", "KW_Ext_SaveSurfacePng"})
+    ASSERT_EQ(sizeof(WORKING_EXPORTS) / sizeof(WORKING_EXPORTS[0]), 17u);
+    ASSERT_EQ(sizeof(EXTENSION_EXPORTS) / sizeof(EXTENSION_EXPORTS[0]), 5u);
+    for (const char* pcName : EXTENSION_EXPORTS)
         EXPECT_NE(Symbol(pcName), nullptr) << pcName;
     // Nothing of the engine's own code leaks out.
     EXPECT_EQ(Symbol("_ZN7korvane16CLS_CopyRenderer6RenderERKNS_5FrameERKNS_10ViewParamsERNS_7SurfaceE"),

@@ -1,8 +1,10 @@
 // _ZEBFAULT_
-// Records exchanged with the player engine. Every padding byte is an explicit field so that a
-// record built with {} is zero byte for byte.
+// Records exchanged with the player engine, beside the constants of KorvaneContract.h. Every padding byte is
+// an explicit field so that a record built with {} is zero byte for byte.
 #ifndef ZEB_PLAYER_RECORDS_H
 #define ZEB_PLAYER_RECORDS_H
+
+#include "KorvaneContract.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -34,24 +36,16 @@ static_assert(offsetof(STRUCT_PlayerCreateParam, m_iWidth) == 16, "width at 16")
 static_assert(offsetof(STRUCT_PlayerCreateParam, m_iHeight) == 20, "height at 20");
 static_assert(offsetof(STRUCT_PlayerCreateParam, m_llReserved24) == 24, "reserved at 24");
 
-// Engine callback that delivers channel user data.
-typedef void (*PF_UserDataCallBack)(int _iPlayIndex, int _iDataType, const unsigned char* _pcData,
-                                    int _iLength, void* _pUser);
-
 // Record of KW_PlayerControl command 4; null callback and user stop the delivery.
 struct STRUCT_UserDataCallBackParam {
     int m_iSize; // 24, or 0 in the stop call of a main player's destruction
     int m_iReserved4;
-    PF_UserDataCallBack m_pfCallBack;
+    KW_PF_UserData m_pfCallBack;
     void* m_pUser;
 };
 static_assert(sizeof(STRUCT_UserDataCallBackParam) == 24, "STRUCT_UserDataCallBackParam is 24 bytes");
 static_assert(offsetof(STRUCT_UserDataCallBackParam, m_pfCallBack) == 8, "callback at 8");
 static_assert(offsetof(STRUCT_UserDataCallBackParam, m_pUser) == 16, "user at 16");
-
-constexpr int KW_PLAYER_CONTROL_USER_DATA = 4; // KW_PlayerControl command: channel user data
-constexpr int KW_SPECIAL_NEEDS_STREAM = 2;     // creation kind of KW_CreatePlayerForSpecialNeeds
-constexpr int USER_DATA_TYPE_TLD = 9;          // user data carrying an osd_TLDCSet
 
 // Set-up record of one correction: the whole picture (KW_SetFishEyeCorrectEnable) or one view
 // (KW_CreateFishEyeCorrect). The views read bytes 4, 8, 48 to 64 and 80.
@@ -97,11 +91,7 @@ static_assert(offsetof(STRUCT_CorrectSetup, m_iHeight) == 64, "height at 64");
 static_assert(offsetof(STRUCT_CorrectSetup, m_pWindow) == 72, "window at 72");
 static_assert(offsetof(STRUCT_CorrectSetup, m_iExtra) == 80, "extra at 80");
 
-// Parameter kinds of KW_Get/SetFishEyeCorrectPara.
-constexpr int KW_CORRECT_PARA_PTZ = 1;
-constexpr int KW_CORRECT_PARA_PANORAMA = 3;
-
-// PTZ parameters (kind 1). Bytes 0, 4 and 20 to 31 are the engine's and are carried through.
+// PTZ parameters (KW_PARA_PTZ). Bytes 0, 4 and 20 to 31 are the engine's and are carried through.
 struct STRUCT_PTZCorrectPara {
     int m_iEngine0;
     int m_iEngine4;
@@ -115,7 +105,7 @@ static_assert(offsetof(STRUCT_PTZCorrectPara, iPTZPositionX) == 8, "x at 8");
 static_assert(offsetof(STRUCT_PTZCorrectPara, iPTZPositionY) == 12, "y at 12");
 static_assert(offsetof(STRUCT_PTZCorrectPara, iPTZZoom) == 16, "zoom at 16");
 
-// Panorama parameters (kind 3).
+// Panorama parameters (KW_PARA_PANORAMA).
 struct STRUCT_PanoramaPara {
     std::uint32_t m_uOpaque; // the engine's, written back as read
     float m_fRotateAngle;    // degrees

@@ -1,4 +1,3 @@
-// _ZEBFAULT_
 // ThreadSanitizer builds only. Qt's mutexes and read-write locks live in an uninstrumented Qt
 // library, so ThreadSanitizer would not see the ordering they give. The link wraps the Qt lock
 // functions the library calls (-Wl,--wrap) and tells ThreadSanitizer about every lock and unlock,
