@@ -9,7 +9,9 @@
 #
 # Every comparison is a ratio measured in the same run: the library against the fake-engine calls it
 # makes, the renderer against v360 on the same frame and against a plain copy, from and to memory, of
-# the bytes it moves.
+# the bytes it moves, and a camera's views from the decoder's planes against the whole-picture RGB
+# conversion, with decoding alone beside them (bench_engine on the sample clip and on it scaled to
+# 3840x3840; scripts/bench-engine-section.py writes that section).
 # Needs libbenchmark-dev, python3 and the ffmpeg command (scripts/setup-debian.sh).
 set -euo pipefail
 
@@ -34,7 +36,7 @@ done
 
 cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=Release -DFISHPLAYER_BUILD_BENCHMARKS=ON \
     -DFISHPLAYER_BUILD_TESTS=ON -DFISHPLAYER_BUILD_BACKENDS=ON > /dev/null
-cmake --build "$BUILD_DIR" --target bench_overhead bench_dewarp fishplayer_fakes
+cmake --build "$BUILD_DIR" --target bench_overhead bench_dewarp bench_engine fishplayer_fakes
 mkdir -p "$DATA"
 
 # The fisheye frames: the scene of scripts/make-sample.sh (test picture under a 30-degree grid,
@@ -130,6 +132,15 @@ for size in 1920 2880; do
         echo "psnr fourptz_$i $size $(psnr 1280 720 "$DATA/fourptz_${size}_$i.rgb" "$DATA/v360_fourptz_${size}_$i.rgb")" >> "$V360"
     done
 done
+
+echo "run-benchmarks: decoding and a camera's views"
+[ -f build/samples/fisheye_1920.h264 ] || scripts/make-sample.sh build/samples > /dev/null
+[ -f "$DATA/fisheye_3840.h264" ] || ffmpeg -hide_banner -loglevel error -y -i build/samples/fisheye_1920.h264 \
+    -vf scale=3840:3840 -c:v libx264 -preset ultrafast -tune zerolatency -g 25 -bf 0 -f h264 "$DATA/fisheye_3840.h264"
+FISHPLAYER_BENCH_CLIP=build/samples/fisheye_1920.h264 "$BUILD_DIR/bench/bench_engine" "${REPEAT[@]}" \
+    --benchmark_out="$DATA/engine_1920.json" --benchmark_out_format=json > /dev/null
+FISHPLAYER_BENCH_CLIP="$DATA/fisheye_3840.h264" "$BUILD_DIR/bench/bench_engine" "${REPEAT[@]}" \
+    --benchmark_out="$DATA/engine_3840.json" --benchmark_out_format=json > /dev/null
 
 python3 - "$DATA" "$OUT" "$THREADS" "$REPETITIONS" << 'PYTHON'
 import json, statistics, sys, subprocess, datetime
@@ -376,3 +387,4 @@ w("")
 open(out, "w").write("\n".join(lines))
 print(f"run-benchmarks: wrote {out}")
 PYTHON
+python3 scripts/bench-engine-section.py "$OUT" 1920="$DATA/engine_1920.json" 3840="$DATA/engine_3840.json"
