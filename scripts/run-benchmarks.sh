@@ -137,6 +137,33 @@ echo "run-benchmarks: decoding and a camera's views"
 [ -f build/samples/fisheye_1920.h264 ] || scripts/make-sample.sh build/samples > /dev/null
 [ -f "$DATA/fisheye_3840.h264" ] || ffmpeg -hide_banner -loglevel error -y -i build/samples/fisheye_1920.h264 \
     -vf scale=3840:3840 -c:v libx264 -preset ultrafast -tune zerolatency -g 25 -bf 0 -f h264 "$DATA/fisheye_3840.h264"
+# The same views through an ffmpeg graph as users build it today: the clip decoded on one thread,
+# split, each view made by v360 (bilinear, -filter_threads THREADS), every output discarded; and
+# the decoding alone. Each line: what, utime, stime, rtime (seconds), pictures.
+chain_run() { # chain_run CLIP WHAT
+    local graph=(-map 0:v -f null -)
+    if [ "$2" = views ]; then
+        local f="v360=input=fisheye:ih_fov=180:iv_fov=180:interp=linear"
+        local g="[0:v]split=7[a][b][c][d][e][f][g]"
+        g+=";[a]$f:output=flat:d_fov=90:w=960:h=540[o0];[b]$f:output=flat:d_fov=90:yaw=-30:w=960:h=540[o1]"
+        g+=";[c]$f:output=flat:d_fov=90:pitch=-30:w=960:h=540[o2];[d]$f:output=flat:d_fov=90:yaw=30:pitch=15:w=960:h=540[o3]"
+        g+=";[e]$f:output=equirect:w=1920:h=960,crop=1920:480:0:480[o4];[f]$f:output=hequirect:w=1280:h=720[o5]"
+        g+=";[g]$f:output=equirect:w=1280:h=720[o6]"
+        graph=(-filter_complex "$g")
+        for i in 0 1 2 3 4 5 6; do graph+=(-map "[o$i]" -f null -); done
+    fi
+    ffmpeg -hide_banner -nostats -benchmark -threads 1 -filter_threads "$THREADS" -i "$1" "${graph[@]}" 2>&1 |
+        awk -v what="$2" '/^frame=/ { sub(/^frame= */, ""); n = $1 } /bench: utime/ { for (i = 2; i <= 4; ++i) { split($i, kv, "="); v[i] = kv[2] + 0 } } END { print what, v[2], v[3], v[4], n }'
+}
+for size in 1920 3840; do
+    clip=build/samples/fisheye_1920.h264
+    [ "$size" = 3840 ] && clip="$DATA/fisheye_3840.h264"
+    : > "$DATA/chain_$size.txt"
+    for ((r = 0; r < REPETITIONS; ++r)); do
+        chain_run "$clip" decode >> "$DATA/chain_$size.txt"
+        chain_run "$clip" views >> "$DATA/chain_$size.txt"
+    done
+done
 FISHPLAYER_BENCH_CLIP=build/samples/fisheye_1920.h264 "$BUILD_DIR/bench/bench_engine" "${REPEAT[@]}" \
     --benchmark_out="$DATA/engine_1920.json" --benchmark_out_format=json > /dev/null
 FISHPLAYER_BENCH_CLIP="$DATA/fisheye_3840.h264" "$BUILD_DIR/bench/bench_engine" "${REPEAT[@]}" \
@@ -387,4 +414,5 @@ w("")
 open(out, "w").write("\n".join(lines))
 print(f"run-benchmarks: wrote {out}")
 PYTHON
-python3 scripts/bench-engine-section.py "$OUT" 1920="$DATA/engine_1920.json" 3840="$DATA/engine_3840.json"
+python3 scripts/bench-engine-section.py "$OUT" 1920="$DATA/engine_1920.json,$DATA/chain_1920.txt" \
+    3840="$DATA/engine_3840.json,$DATA/chain_3840.txt"
