@@ -117,9 +117,7 @@ void Run(benchmark::State& _state, n_Path _ePath, n_PixelFormat _eFormat) {
             pSource = &tRgb;
         }
         for (const auto& pView : vecViews)
-            pView->m_pTarget->Draw([&](const STRUCT_TargetBuffer& _tBuffer) {
-                pView->m_renderer.Render(*pSource, pView->m_tParams, _tBuffer);
-            });
+            pView->m_pTarget->DrawView(*pSource, pView->m_tParams, pView->m_renderer);
         return true;
     };
     double dCpu = 0.0;

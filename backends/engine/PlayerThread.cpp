@@ -53,9 +53,7 @@ void ForgetTargets(Player& _tPlayer, const std::vector<RenderJob>& _vecJobs) {
 void RenderInto(Player& _tPlayer, const RenderJob& _tJob, const Frame& _tFrame) {
     if (!_tJob.m_pRenderer)
         return;
-    TargetOf(_tPlayer, _tJob.m_pWindow).Draw([&](const STRUCT_TargetBuffer& _tBuffer) {
-        _tJob.m_pRenderer->Render(_tFrame, _tJob.m_tParams, _tBuffer);
-    });
+    TargetOf(_tPlayer, _tJob.m_pWindow).DrawView(_tFrame, _tJob.m_tParams, *_tJob.m_pRenderer);
 }
 
 // Everything a decoded picture leads to, on the player's thread.

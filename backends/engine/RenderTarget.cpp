@@ -1,5 +1,7 @@
-// Surface and null targets; the X11 one is in X11Target.cpp.
+// The default view drawing, the surface and null targets; the X11 one is in X11Target.cpp.
 #include "RenderTarget.h"
+
+#include "ViewRenderer.h"
 
 #include <cstdint>
 
@@ -7,6 +9,11 @@ namespace korvane {
 
 int BytesPerPixel(n_PixelFormat _eFormat) {
     return n_PixelFormat::Bgrx32 == _eFormat ? 4 : 3;
+}
+
+bool CLS_RenderTarget::DrawView(const Frame& _tFrame, const ViewParams& _tParams,
+                                CLS_ViewRenderer& _renderer) {
+    return Draw([&](const STRUCT_TargetBuffer& _tBuffer) { _renderer.Render(_tFrame, _tParams, _tBuffer); });
 }
 
 CLS_SurfaceTarget::CLS_SurfaceTarget(int _iWidth, int _iHeight)

@@ -12,6 +12,10 @@
 
 namespace korvane {
 
+struct Frame;
+struct ViewParams;
+class CLS_ViewRenderer;
+
 // The pixel layouts targets ask for.
 enum class n_PixelFormat : int {
     Rgb24,  // 3 bytes a pixel: red, green, blue (surfaces, captures)
@@ -30,16 +34,20 @@ struct STRUCT_TargetBuffer {
     n_PixelFormat m_eFormat = n_PixelFormat::Rgb24;
 };
 
-// One output. Draw() is the only way in: it serialises pictures on the target (several players may
-// show into one window), acquires a buffer of the target's current size, lets the caller fill it
-// and presents it. A later target kind (a GL window) implements the same two steps: acquire hands
-// out the memory an uploader fills, present shows it.
+// One output. Draw() serialises pictures on the target (several players may show into one window),
+// acquires a buffer of the target's current size, lets the caller fill it and presents it.
+// DrawView() is how the engine shows a view: by default the renderer fills the buffer; a target
+// that renders by itself (a GL window: the decoded planes uploaded, the view's parameters handed
+// to a shader) overrides it and never hands out a buffer.
 class CLS_RenderTarget {
 public:
     virtual ~CLS_RenderTarget() = default;
 
     // False once the window or surface behind it went away: the engine then chooses again.
     virtual bool IsAlive() const { return true; }
+
+    // Shows view _tParams of picture _tFrame; false when nothing could be shown.
+    virtual bool DrawView(const Frame& _tFrame, const ViewParams& _tParams, CLS_ViewRenderer& _renderer);
 
     // Acquires a buffer, calls _fnDraw(buffer) and presents it. False (nothing drawn) when the
     // target cannot show anything now (a window of no size, a display gone).

@@ -11,6 +11,7 @@ extern "C" {
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <vector>
@@ -139,6 +140,41 @@ TEST(EngineTargets, ASurfaceHandsOutItsPixelsAndCountsPictures) {
     EXPECT_EQ(iPresented, 1);
     tSurface.Destroy();
     EXPECT_FALSE(tSurface.IsAlive());
+}
+
+namespace {
+
+// Counts its pictures and paints every byte with the count.
+class CountingRenderer : public korvane::CLS_ViewRenderer {
+public:
+    void Render(const korvane::Frame&, const korvane::ViewParams&,
+                const STRUCT_TargetBuffer& _tDst) override {
+        ++m_iCalls;
+        for (int y = 0; y < _tDst.m_iHeight; ++y)
+            std::fill_n(_tDst.m_pData + static_cast<size_t>(y) * _tDst.m_iStride,
+                        _tDst.m_iWidth * korvane::BytesPerPixel(_tDst.m_eFormat),
+                        static_cast<std::uint8_t>(m_iCalls));
+    }
+    int m_iCalls = 0;
+};
+
+} // namespace
+
+TEST(EngineTargets, AViewIsDrawnByItsRendererIntoTheTargetsBuffer) {
+    CountingRenderer tRenderer;
+    korvane::CLS_SurfaceTarget tSurface(4, 3);
+    EXPECT_TRUE(tSurface.DrawView(Gradient(2, 2), korvane::ViewParams{}, tRenderer));
+    EXPECT_TRUE(tSurface.DrawView(Gradient(2, 2), korvane::ViewParams{}, tRenderer));
+    EXPECT_EQ(tRenderer.m_iCalls, 2);
+    tSurface.Read([](const std::vector<std::uint8_t>& _vecRgb, int _iPresented) {
+        EXPECT_EQ(_iPresented, 2);
+        EXPECT_EQ(_vecRgb, std::vector<std::uint8_t>(4 * 3 * 3, 2));
+        return 0;
+    });
+    // A target that shows nothing costs no rendering.
+    korvane::CLS_NullTarget tNowhere;
+    EXPECT_FALSE(tNowhere.DrawView(Gradient(2, 2), korvane::ViewParams{}, tRenderer));
+    EXPECT_EQ(tRenderer.m_iCalls, 2);
 }
 
 TEST(EngineTargets, ANullTargetOfNoSizeRefusesEveryPicture) {
