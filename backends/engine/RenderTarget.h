@@ -120,8 +120,8 @@ private:
 // The X11 window _pWindow of the display named by DISPLAY as a target, or null when there is no
 // display or the handle is no window of it. One target per window: asking again for a window gives
 // the same target while it lives. Its geometry is read once and then followed through the window's
-// configure events; its buffers are kept across pictures (shared memory where the server offers
-// MIT-SHM).
+// configure events; its buffers are kept across pictures (shared memory where a server on this
+// machine offers MIT-SHM).
 std::shared_ptr<CLS_RenderTarget> OpenX11Target(const void* _pWindow);
 
 } // namespace korvane

@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <map>
 
 namespace korvane {
@@ -47,8 +48,23 @@ bool HasPlainLayout(const xcb_setup_t* _pSetup) {
     return false;
 }
 
+// Whether DISPLAY names a server on this machine: only there does a shared-memory segment id mean
+// the same memory to both sides (a remote server could attach another segment of that id).
+bool IsLocalDisplay() {
+    char* pcHost = nullptr;
+    int iDisplay = 0;
+    int iScreen = 0;
+    if (!xcb_parse_display(nullptr, &pcHost, &iDisplay, &iScreen))
+        return false;
+    const bool blLocal = !pcHost || !*pcHost || std::strcmp(pcHost, "unix") == 0;
+    std::free(pcHost);
+    return blLocal;
+}
+
 bool HasShm(xcb_connection_t* _pXcb) {
 #ifdef KORVANE_WITH_XSHM
+    if (!IsLocalDisplay())
+        return false;
     xcb_shm_query_version_reply_t* pReply =
         xcb_shm_query_version_reply(_pXcb, xcb_shm_query_version(_pXcb), nullptr);
     const bool blHas = pReply != nullptr;
