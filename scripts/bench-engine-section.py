@@ -137,8 +137,7 @@ def main():
         low = min(speedups)
         w(f"- At least 5 times the ffmpeg `split` + `v360` chain, wall and CPU: {'met' if low[0] >= 5 else '**missed**'}, "
           f"{low[0]:.1f} times at the least ({low[1]}x{low[1]}): about even with v360 on the same views.")
-    w("- Not measured here (left for a later change): the remap against OpenCV's fixed-point `cv::remap`, "
-      "several cameras at once, and a compact remap table.")
+    w("- Not measured here (left for a later change): several cameras at once, and a compact remap table.")
     w("")
     w(END)
     text = open(doc).read() if doc else ""
