@@ -322,6 +322,8 @@ private:
     std::thread m_threadProbe;
     std::atomic<bool> m_blProbeStop{false};
     std::atomic<long long> m_llShown{0};
+    int m_iShownWidth = 0; // size of the pictures shown, to tell a change
+    int m_iShownHeight = 0;
     void* m_hMain = nullptr;
     int m_iMainWidth = 0;
     int m_iMainHeight = 0;
@@ -470,7 +472,6 @@ bool Demo::Play(int _iStep, long long _llPictures) {
     auto tLastReport = tStart - std::chrono::seconds(1);
     auto tLastProgress = tStart;
     long long llLastShown = -1;
-    int iLastWidth = 0, iLastHeight = 0;
     for (;;) {
         const fishsource::SourceStatus tStatus = m_pSource->Status();
         if (tStatus.m_eState == SourceState::Failed) {
@@ -485,12 +486,12 @@ bool Demo::Play(int _iStep, long long _llPictures) {
         }
         VideoParam tVideo;
         if (m_tEngine.m_pfGetVideoParam(m_iId, &tVideo, sizeof(tVideo)) == 0 && tVideo.m_iWidth > 0 &&
-            (tVideo.m_iWidth != iLastWidth || tVideo.m_iHeight != iLastHeight)) {
-            if (iLastWidth > 0)
-                std::printf("\npicture size changed from %d x %d to %d x %d\n", iLastWidth, iLastHeight,
+            (tVideo.m_iWidth != m_iShownWidth || tVideo.m_iHeight != m_iShownHeight)) {
+            if (m_iShownWidth > 0)
+                std::printf("\npicture size changed from %d x %d to %d x %d\n", m_iShownWidth, m_iShownHeight,
                             tVideo.m_iWidth, tVideo.m_iHeight);
-            iLastWidth = tVideo.m_iWidth;
-            iLastHeight = tVideo.m_iHeight;
+            m_iShownWidth = tVideo.m_iWidth;
+            m_iShownHeight = tVideo.m_iHeight;
         }
         if (tNow - tLastReport > std::chrono::milliseconds(500)) {
             tLastReport = tNow;
@@ -657,11 +658,11 @@ int Demo::Run() {
         for (View& tView : m_vecViews)
             if (tView.m_blEngineRendered)
                 tView.m_iRenderedAtStep = RenderedCount(tView);
-        m_pSource->Hold(false);
-        if (!Play(iStep, llFrames * (iStep + 1) / m_iSteps))
+        // A file's feeding stops at the step's share, so that each step shows its own pictures.
+        const long long llShare = llFrames * (iStep + 1) / m_iSteps;
+        m_pSource->HoldAt(llFrames > 0 && iStep + 1 < m_iSteps ? llShare : -1);
+        if (!Play(iStep, llShare))
             return 1;
-        // A file waits while the pictures are taken, so that each step plays its share.
-        m_pSource->Hold(true);
         Settle();
         if (!Snapshot(iStep, QString::fromLatin1(aSteps[iStep].m_pcName)))
             return 1;

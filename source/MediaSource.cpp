@@ -179,8 +179,12 @@ bool MediaSource::Play(bool* _pblSawPicture) {
         if (!blKeySeen && !tPacket.m_blKey && m_tReader.Info().m_eCodec != VideoCodec::Mjpeg)
             continue;
         blKeySeen = true;
-        if (!blLive && m_blHold.load()) {
-            while (m_blHold.load())
+        const auto Held = [this] {
+            const long long llHoldAt = m_llHoldAt.load();
+            return llHoldAt >= 0 && m_llPackets.load() >= llHoldAt;
+        };
+        if (!blLive && Held()) {
+            while (Held())
                 if (!SleepUntil(Clock::now() + PICTURE_POLL))
                     return false;
             blPacing = false;
@@ -251,9 +255,8 @@ bool MediaSource::CheckFirstPicture(bool* _pblSawPicture, bool _blEnded) {
         if (llBytes >= m_tOptions.m_llFirstPictureBytes)
             strWhy = "after " + ByteCount(llBytes) + ": not H.264, H.265 or MJPEG?";
         else if (Clock::now() >= tLimit && !_blEnded)
-            strWhy = "within " + std::to_string(m_tOptions.m_iFirstPictureMs / 1000) + " s (" +
-                     ByteCount(llBytes) + " of " + m_tReader.Info().m_strCodec +
-                     " read): not H.264, H.265 or MJPEG, or no key picture?";
+            strWhy = "within " + Seconds(m_tOptions.m_iFirstPictureMs) + " (" + ByteCount(llBytes) + " of " +
+                     m_tReader.Info().m_strCodec + " read): not H.264, H.265 or MJPEG, or no key picture?";
         else if (_blEnded && Clock::now() >= tEndWait)
             strWhy = "before it ended after " + ByteCount(llBytes) + " of " + m_tReader.Info().m_strCodec +
                      ": a truncated clip?";

@@ -74,9 +74,10 @@ public:
     // time-out, but abandoned at once in practice).
     void Stop();
 
-    // Holds a file's feeding (the next packet waits) until released; the pacing restarts from
-    // the release. Live sources are not held: a camera does not wait.
-    void Hold(bool _blHold) { m_blHold = _blHold; }
+    // A file's feeding waits once _llPackets packets have been fed, until a larger count (or a
+    // negative one: no limit) is given; the pacing restarts from there. Live sources never wait:
+    // a camera does not.
+    void HoldAt(long long _llPackets) { m_llHoldAt = _llPackets; }
 
     StreamInfo Info() const;
     SourceStatus Status() const;
@@ -102,7 +103,7 @@ private:
     PF_Status m_pfStatus;
     PF_Pictures m_pfPictures;
     LatencyMeter m_tLatency;
-    std::atomic<bool> m_blHold{false};
+    std::atomic<long long> m_llHoldAt{-1};
     std::atomic<long long> m_llPackets{0};
     std::atomic<long long> m_llBytes{0};
     std::chrono::steady_clock::time_point m_tStarted;

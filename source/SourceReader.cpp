@@ -40,12 +40,6 @@ bool IsAnnexB(const std::uint8_t* _pc, int _iSize) {
     return _iSize >= 4 && _pc[0] == 0 && _pc[1] == 0 && (_pc[2] == 1 || (_pc[2] == 0 && _pc[3] == 1));
 }
 
-std::string Seconds(int _iMilliseconds) {
-    char acText[32];
-    std::snprintf(acText, sizeof(acText), "%.1f s", _iMilliseconds / 1000.0);
-    return acText;
-}
-
 std::chrono::steady_clock::time_point Now() {
     return std::chrono::steady_clock::now();
 }
@@ -70,6 +64,12 @@ bool IsNetworkUrl(const std::string& _strUrl) {
         if (_strUrl.compare(0, std::strlen(pcScheme), pcScheme) == 0)
             return true;
     return false;
+}
+
+std::string Seconds(int _iMilliseconds) {
+    char acText[32];
+    std::snprintf(acText, sizeof(acText), "%.1f s", _iMilliseconds / 1000.0);
+    return acText;
 }
 
 std::string ByteCount(long long _llBytes) {
@@ -123,12 +123,15 @@ std::string SourceReader::Open(const ReaderSettings& _tSettings, const PF_Abando
     std::call_once(s_network, [] { avformat_network_init(); });
     const std::string& strUrl = _tSettings.m_strUrl;
     const bool blLive = IsNetworkUrl(strUrl);
+    long long llFileSize = -1;
     if (!blLive) {
         struct stat tStat {};
         if (stat(strUrl.c_str(), &tStat) != 0)
             return "cannot open " + strUrl + ": " + std::strerror(errno);
         if (S_ISREG(tStat.st_mode) && tStat.st_size == 0)
             return strUrl + " is empty";
+        if (S_ISREG(tStat.st_mode))
+            llFileSize = tStat.st_size;
     }
     // No data for the time-out abandons the opening and every read.
     const auto tTimeout = std::chrono::milliseconds(_tSettings.m_iTimeoutMs);
@@ -167,6 +170,9 @@ std::string SourceReader::Open(const ReaderSettings& _tSettings, const PF_Abando
         // avformat_open_input freed the context.
         if (*pblTimedOut)
             return "cannot open " + strUrl + ": no answer within " + strTimeout;
+        if (iOpened == AVERROR_INVALIDDATA && llFileSize >= 0)
+            return "cannot open " + strUrl + ": no video format found in its " + ByteCount(llFileSize) +
+                   " (" + AvError(iOpened) + ")";
         return "cannot open " + strUrl + ": " + AvError(iOpened);
     }
     *tLastData = Now();

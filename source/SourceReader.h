@@ -56,6 +56,8 @@ bool IsNetworkUrl(const std::string& _strUrl);
 
 // Human-readable size: "812 bytes", "3.4 KB", "8.0 MB".
 std::string ByteCount(long long _llBytes);
+// "5.0 s".
+std::string Seconds(int _iMilliseconds);
 
 // Video packets in a file, counted by reading it through (for files whose container does not
 // say, e.g. raw H.264). 0 when it cannot be read.
