@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <cstdint>
 
 bool EngineExt::Resolve() {
@@ -71,4 +72,13 @@ QVector<qint64> PictureStarts(const QByteArray& _qbaStream) {
         i += 2;
     }
     return vecStarts;
+}
+
+QByteArray NoiseBytes(int _iSize, quint32 _uSeed) {
+    QByteArray qbaNoise(std::max(0, _iSize), '\0');
+    for (char& c : qbaNoise) {
+        _uSeed = _uSeed * 1664525u + 1013904223u;
+        c = static_cast<char>(_uSeed >> 24);
+    }
+    return qbaNoise;
 }

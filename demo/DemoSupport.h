@@ -33,4 +33,8 @@ struct VideoParam {
 // anything else.
 QVector<qint64> PictureStarts(const QByteArray& _qbaStream);
 
+// _iSize pseudo-random bytes (a linear congruential sequence from _uSeed): input that is no
+// video format, for the tests of bad input.
+QByteArray NoiseBytes(int _iSize, quint32 _uSeed);
+
 #endif // FISHPLAYER_DEMO_SUPPORT_H

@@ -3,6 +3,7 @@
 // UDP, MJPEG over HTTP), a server that goes away and comes back, a picture size that changes, and
 // bad input, which must fail with one clear line and a non-zero exit, fast.
 #include "DemoImage.h"
+#include "DemoSupport.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -285,13 +286,7 @@ TEST_F(DemoInputs, TakesUpAPictureSizeChangeMidStream) {
 TEST_F(DemoInputs, BadFilesFailWithOneClearLine) {
     QFile qRandom(Path("random.bin"));
     ASSERT_TRUE(qRandom.open(QIODevice::WriteOnly));
-    QByteArray qbaRandom(3 * 1024 * 1024, '\0');
-    std::uint32_t uState = 12345;
-    for (char& c : qbaRandom) {
-        uState = uState * 1664525u + 1013904223u;
-        c = static_cast<char>(uState >> 24);
-    }
-    qRandom.write(qbaRandom);
+    qRandom.write(NoiseBytes(3 * 1024 * 1024, 12345));
     qRandom.close();
     QFile(Path("empty.h264")).open(QIODevice::WriteOnly);
     std::string strError;

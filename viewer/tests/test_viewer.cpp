@@ -2,6 +2,7 @@
 // dragged and zoomed with the mouse, and screenshots before and after show the view and its
 // outline on the fisheye view moved.
 #include "DemoImage.h"
+#include "DemoSupport.h"
 
 #include <QFile>
 #include <QElapsedTimer>
@@ -138,13 +139,7 @@ TEST(ViewerUnderXvfb, ShowsWhyASourceFailedInPlaceOfTheViews) {
     const QString qstrInput = qDir.filePath(QStringLiteral("noise.bin"));
     QFile qNoise(qstrInput);
     ASSERT_TRUE(qNoise.open(QIODevice::WriteOnly));
-    QByteArray qbaNoise(64 * 1024, '\0');
-    std::uint32_t uState = 7;
-    for (char& c : qbaNoise) {
-        uState = uState * 1664525u + 1013904223u;
-        c = static_cast<char>(uState >> 24);
-    }
-    qNoise.write(qbaNoise);
+    qNoise.write(NoiseBytes(64 * 1024, 7));
     qNoise.close();
     QProcess qViewer;
     QElapsedTimer qtimer;
