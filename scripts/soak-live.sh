@@ -7,7 +7,8 @@
 #   scripts/soak-live.sh [BUILD_DIR]
 #
 # Passes when every restart was ridden out and the resident memory of the last minute is within
-# 5 % of that of the second minute (after the start-up allocations).
+# 5 % of that of the minute from 30 s after the first restart on: the first reconnections grow
+# the heap once (libavformat's session and the decoder's buffers allocated anew), then it stays.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 BUILD_DIR=${1:-build}
@@ -47,11 +48,12 @@ PORT=${PORT%%/*}
 STEP=$((SECONDS_TOTAL / 5 + 1))
 LD_LIBRARY_PATH="$PWD/$BUILD_DIR/backends/engine:$PWD/$BUILD_DIR/backends/algo" \
     stdbuf -oL "$DEMO" "$URL" --step-seconds "$STEP" --scale 0.5 --out "$WORK/out" \
-    > >(tr '\r' '\n' | while IFS= read -r line; do echo "$(date +%s.%N) $line"; done >"$WORK/demo.log") 2>&1 &
+    > >(stdbuf -oL tr '\r' '\n' | while IFS= read -r line; do echo "$(date +%s.%N) $line"; done >"$WORK/demo.log") 2>&1 &
 DEMO_PID=$!
 PIDS+=("$DEMO_PID")
 echo "soak: demo $DEMO_PID on $URL for $MINUTES min; work files in $WORK"
 START=$(date +%s)
+echo "$START" >"$WORK/start"
 NEXT_RESTART=$((START + SEGMENT))
 RESTARTS=0
 : >"$WORK/rss.csv"
@@ -82,9 +84,11 @@ import sys
 work, rc = sys.argv[1], int(sys.argv[2])
 rss = [tuple(map(int, l.split())) for l in open(f"{work}/rss.csv") if l.strip()]
 end = rss[-1][0]
-second = [r for t, r in rss if 60 <= t < 120]
-last = [r for t, r in rss if t >= end - 60]
 restarts = [float(l.split()[0]) for l in open(f"{work}/restarts.log")]
+start = float(open(f"{work}/start").read())
+first = restarts[0] - start + 30
+second = [r for t, r in rss if first <= t < first + 60]
+last = [r for t, r in rss if t >= end - 60]
 reconnected = [float(l.split()[0]) for l in open(f"{work}/demo.log") if " reconnected to " in l]
 delays = []
 for r in restarts:
@@ -95,7 +99,8 @@ change = 100.0 * (b - a) / a
 lat = [l.split(" ", 1)[1] for l in open(f"{work}/demo.log") if "latency from packet arrival" in l]
 print(f"soak: demo exit {rc}; {len(restarts)} restarts; pictures back after " +
       ", ".join("never" if d is None else f"{d:.1f} s" for d in delays) + " (from the server's restart)")
-print(f"soak: RSS second minute {a / 1024:.1f} MB, last minute {b / 1024:.1f} MB ({change:+.2f} %), "
+print(f"soak: RSS first minute {sum(r for t, r in rss if t < 60) / max(1, len([t for t, _ in rss if t < 60])) / 1024:.1f} MB, "
+      f"minute from 30 s after the first restart {a / 1024:.1f} MB, last minute {b / 1024:.1f} MB ({change:+.2f} %), "
       f"peak {max(r for _, r in rss) / 1024:.1f} MB")
 print("soak: " + (lat[0].strip() if lat else "no latency line"))
 ok = rc == 0 and all(d is not None for d in delays) and abs(change) <= 5.0

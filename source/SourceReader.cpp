@@ -154,7 +154,6 @@ std::string SourceReader::Open(const ReaderSettings& _tSettings, const PF_Abando
     m_pFormat->interrupt_callback.opaque = this;
     AVDictionary* pOptions = nullptr;
     if (blLive) {
-        m_pFormat->flags |= AVFMT_FLAG_NOBUFFER;
         m_pFormat->probesize = LIVE_PROBE_BYTES;
         m_pFormat->max_analyze_duration = LIVE_ANALYZE_US;
         av_dict_set(&pOptions, "rtsp_transport",

@@ -32,7 +32,9 @@ def main():
     factory = GstRtspServer.RTSPMediaFactory()
     location = args.file.replace("\\", "\\\\").replace('"', '\\"')
     factory.set_launch(f'( filesrc location="{location}" ! qtdemux ! h264parse ! rtph264pay name=pay0 pt=96 )')
-    factory.set_shared(True)
+    # Each client gets its own pipeline from the start of the file, as a camera starts each
+    # session with a key picture.
+    factory.set_shared(False)
     server.get_mount_points().add_factory("/cam", factory)
     if server.attach(None) == 0:
         sys.exit(f"rtsp_server.py: cannot listen on 127.0.0.1:{args.port}")
