@@ -34,7 +34,7 @@ done
 
 cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=Release -DFISHPLAYER_BUILD_BENCHMARKS=ON \
     -DFISHPLAYER_BUILD_TESTS=ON -DFISHPLAYER_BUILD_BACKENDS=ON > /dev/null
-cmake --build "$BUILD_DIR" --target bench_overhead bench_dewarp fishplayer_fakes
+cmake --build "$BUILD_DIR" --target bench_overhead bench_dewarp fishplayer_fakes fishplayer_demo korvane zeb_algo_fcu
 mkdir -p "$DATA"
 
 # The fisheye frames: the scene of scripts/make-sample.sh (test picture under a 30-degree grid,
@@ -130,6 +130,9 @@ for size in 1920 2880; do
         echo "psnr fourptz_$i $size $(psnr 1280 720 "$DATA/fourptz_${size}_$i.rgb" "$DATA/v360_fourptz_${size}_$i.rgb")" >> "$V360"
     done
 done
+
+echo "run-benchmarks: live latency"
+scripts/measure-live.sh "$BUILD_DIR" "$DATA/live.md"
 
 python3 - "$DATA" "$OUT" "$THREADS" "$REPETITIONS" << 'PYTHON'
 import json, statistics, sys, subprocess, datetime
@@ -339,6 +342,29 @@ for n in (1, 4, 8):
     c = rows.get(f"OverlayPass/Curve/views:{n}")
     if r and c:
         w(f"| {n} | {r[2]:.0f} | {c[2]:.0f} |")
+w("")
+w("## Live latency")
+w("")
+w("`scripts/measure-live.sh`: the demo on an RTSP stream of a 14 s fisheye clip (25 pictures a second, "
+  "a key picture every second) served by GStreamer's RTSP server on 127.0.0.1, over TCP and over UDP, for 10 s "
+  "each. The latency runs from the demuxer handing a packet over to the engine's count of pictures shown "
+  "passing it (decoded, rendered into the main surface and the seven engine views of the demo), sampled every "
+  "2 ms; the first pictures of a session include the packets read while probing.")
+w("")
+live = open(f"{data}/live.md").read().strip().splitlines()
+lines.extend(live)
+cells = {}
+for row in live[2:]:
+    f = [x.strip() for x in row.strip("|").split("|")]
+    try:
+        cells[(f[0], f[1])] = float(f[2])
+    except ValueError:
+        pass
+for transport in ("RTSP/tcp", "RTSP/udp"):
+    small, big = cells.get(("480 x 480", transport)), cells.get(("1920 x 1920", transport))
+    if small and big:
+        w("")
+        w(f"- {transport}: median at 1920 x 1920 / median at 480 x 480 = {big / small:.1f} (same run).")
 w("")
 w("## Profiles of the missed targets")
 w("")
