@@ -20,7 +20,7 @@ ROWS=()
 for size in 480 1920; do
     echo "measure-live: ${size} x ${size}" >&2
     ffmpeg -hide_banner -loglevel error -y -f lavfi \
-        -i "testsrc=size=$((2 * size))x${size}:rate=25:duration=14,v360=input=e:output=fisheye:h_fov=180:v_fov=180:w=${size}:h=${size},format=yuv420p" \
+        -i "testsrc=size=$((2 * size))x${size}:rate=25:duration=34,v360=input=e:output=fisheye:h_fov=180:v_fov=180:w=${size}:h=${size},format=yuv420p" \
         -c:v libx264 -preset veryfast -g 25 -bf 0 "$WORK/live_${size}.mp4"
     for transport in tcp udp; do
         /usr/bin/python3 source/tests/rtsp_server.py "$WORK/live_${size}.mp4" >"$WORK/server.log" 2>&1 &
@@ -33,7 +33,7 @@ for size in 480 1920; do
         done
         [[ -n "$URL" ]] || { cat "$WORK/server.log" >&2; exit 1; }
         LINE=$(LD_LIBRARY_PATH="$PWD/$BUILD_DIR/backends/engine:$PWD/$BUILD_DIR/backends/algo" \
-            "$DEMO" "$URL" --transport "$transport" --step-seconds 2 --out "$WORK/out" 2>&1 |
+            "$DEMO" "$URL" --transport "$transport" --step-seconds 6 --out "$WORK/out" 2>&1 |
             tr '\r' '\n' | grep "latency from packet arrival" || true)
         kill "$SERVER_PID" 2>/dev/null || true
         wait "$SERVER_PID" 2>/dev/null || true
