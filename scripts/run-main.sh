@@ -26,8 +26,11 @@ LD_LIBRARY_PATH="$PWD/$BUILD_DIR/backends/engine:$PWD/$BUILD_DIR/backends/algo" 
     "$BUILD_DIR/demo/fishplayer_demo" "$DEMO_VIDEO" --out "$BUILD_DIR/demo-output"
 
 echo "== the sample camera live: the clip served over RTSP on 127.0.0.1, the demo on its rtsp:// URL"
-DEMO_MP4="${DEMO_VIDEO%.*}.mp4"
-ffmpeg -hide_banner -loglevel error -y -i "$DEMO_VIDEO" -c copy "$DEMO_MP4"
+# The clip five times over (20 s), so that the camera outlasts the demo's script.
+DEMO_MP4="${DEMO_VIDEO%.*}_live.mp4"
+for _ in 1 2 3 4 5; do cat "$DEMO_VIDEO"; done >"${DEMO_MP4%.mp4}.h264"
+ffmpeg -hide_banner -loglevel error -y -i "${DEMO_MP4%.mp4}.h264" -c copy "$DEMO_MP4"
+rm -f "${DEMO_MP4%.mp4}.h264"
 SERVER_LOG="$BUILD_DIR/rtsp-server.log"
 /usr/bin/python3 source/tests/rtsp_server.py "$DEMO_MP4" >"$SERVER_LOG" 2>&1 &
 SERVER_PID=$!
@@ -46,4 +49,4 @@ if [[ -z "$URL" ]]; then
 fi
 echo "serving $DEMO_MP4 at $URL"
 LD_LIBRARY_PATH="$PWD/$BUILD_DIR/backends/engine:$PWD/$BUILD_DIR/backends/algo" \
-    "$BUILD_DIR/demo/fishplayer_demo" "$URL" --step-seconds 0.7 --out "$BUILD_DIR/demo-output-rtsp"
+    "$BUILD_DIR/demo/fishplayer_demo" "$URL" --step-seconds 2 --out "$BUILD_DIR/demo-output-rtsp"
