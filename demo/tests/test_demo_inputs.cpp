@@ -16,12 +16,15 @@
 
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -411,26 +414,110 @@ TEST_F(DemoInputs, PicturesResumeAfterTheRtspServerRestarts) {
     ExpectPtzPictures(s_pDir->filePath(QStringLiteral("restart")));
 }
 
-TEST_F(DemoInputs, PlaysMpegTsOverUdp) {
+// Forwards UDP datagrams from 127.0.0.1:InPort() to 127.0.0.1:_iTo, dropping every _iDropEvery-th
+// (0: none), on a thread of its own until destroyed.
+class UdpRelay {
+public:
+    UdpRelay(int _iTo, int _iDropEvery) : m_iDropEvery(_iDropEvery) {
+        m_iSocket = socket(AF_INET, SOCK_DGRAM, 0);
+        sockaddr_in tAddress{};
+        tAddress.sin_family = AF_INET;
+        tAddress.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t uLength = sizeof(tAddress);
+        if (m_iSocket < 0 || bind(m_iSocket, reinterpret_cast<sockaddr*>(&tAddress), sizeof(tAddress)) != 0 ||
+            getsockname(m_iSocket, reinterpret_cast<sockaddr*>(&tAddress), &uLength) != 0)
+            return;
+        m_iInPort = ntohs(tAddress.sin_port);
+        timeval tTimeout{0, 100 * 1000}; // the stop flag is looked at every 100 ms
+        setsockopt(m_iSocket, SOL_SOCKET, SO_RCVTIMEO, &tTimeout, sizeof(tTimeout));
+        m_tTo.sin_family = AF_INET;
+        m_tTo.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        m_tTo.sin_port = htons(static_cast<std::uint16_t>(_iTo));
+        m_thread = std::thread([this] { Run(); });
+    }
+    ~UdpRelay() {
+        m_blStop = true;
+        if (m_thread.joinable())
+            m_thread.join();
+        if (m_iSocket >= 0)
+            close(m_iSocket);
+    }
+    int InPort() const { return m_iInPort; }
+    long long Dropped() const { return m_llDropped.load(); }
+    long long Forwarded() const { return m_llForwarded.load(); }
+
+private:
+    void Run() {
+        std::vector<char> vecBuffer(65536);
+        long long llCount = 0;
+        while (!m_blStop.load()) {
+            const ssize_t iSize = recv(m_iSocket, vecBuffer.data(), vecBuffer.size(), 0);
+            if (iSize <= 0)
+                continue;
+            if (m_iDropEvery > 0 && ++llCount % m_iDropEvery == 0) {
+                ++m_llDropped;
+                continue;
+            }
+            sendto(m_iSocket, vecBuffer.data(), static_cast<size_t>(iSize), 0,
+                   reinterpret_cast<sockaddr*>(&m_tTo), sizeof(m_tTo));
+            ++m_llForwarded;
+        }
+    }
+
+    const int m_iDropEvery;
+    int m_iSocket = -1;
+    int m_iInPort = 0;
+    sockaddr_in m_tTo{};
+    std::atomic<bool> m_blStop{false};
+    std::atomic<long long> m_llDropped{0};
+    std::atomic<long long> m_llForwarded{0};
+    std::thread m_thread;
+};
+
+// The demo on MPEG-TS over UDP from ffmpeg, through a relay that drops every _iDropEvery-th
+// datagram (0: none). Its standard output.
+std::string PlayMpegTsOverUdp(const QString& _qstrClip, const QString& _qstrOut, int _iDropEvery,
+                              long long* _pllDropped) {
     const int iPort = FreePort(SOCK_DGRAM);
-    ASSERT_GT(iPort, 0);
+    EXPECT_GT(iPort, 0);
+    UdpRelay tRelay(iPort, _iDropEvery);
+    EXPECT_GT(tRelay.InPort(), 0);
     const QString qstrUrl = QStringLiteral("udp://127.0.0.1:%1").arg(iPort);
     // The demo listens first; the sender starts while it waits for data.
     QProcess qDemo;
-    const QString qstrOut = s_pDir->filePath(QStringLiteral("udp"));
     qDemo.start(QStringLiteral(FISHPLAYER_DEMO_PATH),
-                {qstrUrl, QStringLiteral("--out"), qstrOut, QStringLiteral("--scale"), QStringLiteral("0.3"),
+                {qstrUrl, QStringLiteral("--out"), _qstrOut, QStringLiteral("--scale"), QStringLiteral("0.3"),
                  QStringLiteral("--step-seconds"), QStringLiteral("0.4")});
-    ASSERT_TRUE(qDemo.waitForStarted(10000));
+    EXPECT_TRUE(qDemo.waitForStarted(10000));
     Child tSender(QStringLiteral("ffmpeg"),
                   {QStringLiteral("-hide_banner"), QStringLiteral("-loglevel"), QStringLiteral("error"),
-                   QStringLiteral("-re"), QStringLiteral("-i"), Path("live.mp4"), QStringLiteral("-c"),
+                   QStringLiteral("-re"), QStringLiteral("-i"), _qstrClip, QStringLiteral("-c"),
                    QStringLiteral("copy"), QStringLiteral("-f"), QStringLiteral("mpegts"),
-                   qstrUrl + QStringLiteral("?pkt_size=1316")});
-    ASSERT_TRUE(qDemo.waitForFinished(PROCESS_LIMIT_MS));
+                   QStringLiteral("udp://127.0.0.1:%1?pkt_size=1316").arg(tRelay.InPort())});
+    if (!qDemo.waitForFinished(PROCESS_LIMIT_MS))
+        qDemo.kill();
     const std::string strOut = qDemo.readAllStandardOutput().toStdString();
     EXPECT_EQ(qDemo.exitCode(), 0) << strOut << qDemo.readAllStandardError().toStdString();
+    EXPECT_GT(tRelay.Forwarded(), 0);
+    *_pllDropped = tRelay.Dropped();
+    return strOut;
+}
+
+TEST_F(DemoInputs, PlaysMpegTsOverUdp) {
+    long long llDropped = 0;
+    const QString qstrOut = s_pDir->filePath(QStringLiteral("udp"));
+    const std::string strOut = PlayMpegTsOverUdp(Path("live.mp4"), qstrOut, 0, &llDropped);
     EXPECT_NE(strOut.find("(mpegts, h264, 288 x 224, live)"), std::string::npos) << strOut;
+    ExpectPtzPictures(qstrOut);
+}
+
+TEST_F(DemoInputs, KeepsPlayingMpegTsOverUdpThatLosesDatagrams) {
+    // One datagram in 10 lost: corrupt pictures, which the decoder drops or conceals.
+    long long llDropped = 0;
+    const QString qstrOut = s_pDir->filePath(QStringLiteral("udp-loss"));
+    const std::string strOut = PlayMpegTsOverUdp(Path("live.mp4"), qstrOut, 10, &llDropped);
+    EXPECT_GE(llDropped, 5);
+    EXPECT_EQ(strOut.find("reconnecting"), std::string::npos) << strOut;
     ExpectPtzPictures(qstrOut);
 }
 
