@@ -34,7 +34,8 @@ done
 
 cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=Release -DFISHPLAYER_BUILD_BENCHMARKS=ON \
     -DFISHPLAYER_BUILD_TESTS=ON -DFISHPLAYER_BUILD_BACKENDS=ON > /dev/null
-cmake --build "$BUILD_DIR" --target bench_overhead bench_dewarp fishplayer_fakes fishplayer_demo korvane zeb_algo_fcu
+cmake --build "$BUILD_DIR" --target bench_overhead bench_dewarp bench_source fishplayer_fakes fishplayer_demo korvane \
+    zeb_algo_fcu
 mkdir -p "$DATA"
 
 # The fisheye frames: the scene of scripts/make-sample.sh (test picture under a 30-degree grid,
@@ -130,6 +131,15 @@ for size in 1920 2880; do
         echo "psnr fourptz_$i $size $(psnr 1280 720 "$DATA/fourptz_${size}_$i.rgb" "$DATA/v360_fourptz_${size}_$i.rgb")" >> "$V360"
     done
 done
+
+echo "run-benchmarks: source reading"
+ffmpeg -hide_banner -loglevel error -y -f lavfi \
+    -i "testsrc=size=1920x960:rate=25:duration=10,v360=input=e:output=fisheye:h_fov=180:v_fov=180:w=960:h=960,format=yuv420p" \
+    -c:v libx264 -preset veryfast -g 25 -bf 0 -f h264 "$DATA/clip_960.h264"
+ffmpeg -hide_banner -loglevel error -y -i "$DATA/clip_960.h264" -c copy "$DATA/clip_960.mp4"
+FISHPLAYER_BENCH_CLIP_H264="$DATA/clip_960.h264" FISHPLAYER_BENCH_CLIP_MP4="$DATA/clip_960.mp4" \
+    "$BUILD_DIR/bench/bench_source" "${REPEAT[@]}" \
+    --benchmark_out="$DATA/source.json" --benchmark_out_format=json > /dev/null
 
 echo "run-benchmarks: live latency"
 scripts/measure-live.sh "$BUILD_DIR" "$DATA/live.md"
@@ -342,6 +352,21 @@ for n in (1, 4, 8):
     c = rows.get(f"OverlayPass/Curve/views:{n}")
     if r and c:
         w(f"| {n} | {r[2]:.0f} | {c[2]:.0f} |")
+w("")
+w("## Source reading")
+w("")
+w("`bench/bench_source.cpp`: a 10 s clip of 960 x 960 (250 pictures, a key picture every second) read whole "
+  "through the video source (`SourceReader`: demuxing, Annex B filtering, parameter sets and delimiters added, "
+  "each packet copied out) against the bare demuxing of the same clip with libavformat (`BM_Demux`), per packet.")
+w("")
+w("| clip | demux µs/packet | source µs/packet | ratio |")
+w("|---|---:|---:|---:|")
+_, sr = medians(f"{data}/source.json")
+for kind, name in (("H264", "raw H.264"), ("MP4", "H.264 in MP4")):
+    d, s_ = sr.get(f"BM_Demux/{kind}"), sr.get(f"BM_Source/{kind}")
+    if d and s_:
+        w(f"| {name} | {1e6 / d['items_per_second']:.1f} | {1e6 / s_['items_per_second']:.1f} | "
+          f"{d['items_per_second'] / s_['items_per_second']:.2f} |")
 w("")
 w("## Live latency")
 w("")
