@@ -318,6 +318,8 @@ public:
     CLS_FishPlayer* Fish() const { return m_pFish; }
     const QImage& MainPicture() const { return m_qimgMain; }
     QRect FisheyeArea() const { return m_qrectArea; }
+    // Written over the last picture of the views the viewer paints while the source is away.
+    const QString& Banner() const { return m_qstrBanner; }
     ViewWidget* View(const QString& _qstrName) const {
         for (ViewWidget* pView : m_vecViews)
             if (pView->m_qstrName == _qstrName)
@@ -390,12 +392,15 @@ private:
             return;
         }
         QString qstrState;
-        if (tStatus.m_eState == SourceState::Reconnecting)
+        m_qstrBanner.clear();
+        if (tStatus.m_eState == SourceState::Reconnecting) {
             qstrState = QStringLiteral("reconnecting (next try in %1 s): %2")
                             .arg(tStatus.m_iRetryInS)
                             .arg(QString::fromStdString(tStatus.m_strMessage));
-        else
+            m_qstrBanner = QStringLiteral("reconnecting...");
+        } else {
             qstrState = QString::fromLatin1(fishsource::StateName(tStatus.m_eState));
+        }
         const fishsource::LatencySummary tLatency = m_pSource->Latency().Summary();
         VideoParam tVideo;
         const bool blVideo =
@@ -451,6 +456,7 @@ private:
     std::unique_ptr<fishsource::MediaSource> m_pSource;
     fishsource::StreamInfo m_tInfo;
     QString m_qstrFailure;
+    QString m_qstrBanner;
     int m_iHeaderWidth = 0;
     int m_iHeaderHeight = 0;
     void* m_hMain = nullptr;
@@ -470,11 +476,21 @@ void ViewWidget::paintEvent(QPaintEvent*) {
     const QImage& qimgMain = m_pViewer->MainPicture();
     if (qimgMain.isNull())
         return;
+    const auto DrawBanner = [this, &qpainter] {
+        if (m_pViewer->Banner().isEmpty())
+            return;
+        const QRect qrectBanner(0, 0, width(), qpainter.fontMetrics().height() + 8);
+        qpainter.fillRect(qrectBanner, QColor(0, 0, 0, 160));
+        qpainter.setPen(Qt::white);
+        qpainter.drawText(qrectBanner, Qt::AlignCenter, m_pViewer->Banner());
+    };
     if (m_iType == 0) {
         qpainter.drawImage(rect(), qimgMain);
+        DrawBanner();
         return;
     }
     qpainter.drawImage(rect(), qimgMain, m_pViewer->FisheyeArea());
+    DrawBanner();
     const Outlines overlay = LatestOverlay();
     qpainter.setRenderHint(QPainter::Antialiasing);
     for (size_t iPtz = 0; iPtz < overlay.size(); ++iPtz) {
