@@ -1,10 +1,9 @@
 // What the demo and the viewer share: the open engine's surface extension, found in the engine
-// that the library loaded, and where the pictures of an elementary stream start.
+// that the library loaded; and noise bytes for their tests of bad input.
 #ifndef FISHPLAYER_DEMO_SUPPORT_H
 #define FISHPLAYER_DEMO_SUPPORT_H
 
 #include <QByteArray>
-#include <QVector>
 
 // The engine's surface extension and player information, found in the engine that the library
 // loaded (the demo never loads an engine of its own).
@@ -28,9 +27,8 @@ struct VideoParam {
     long long m_llFrames = 0;
 };
 
-// Where each picture of an elementary stream starts: the start code of the first slice of an
-// H.264 or H.265 picture (with the parameter sets before it), or a JPEG start of image. Empty for
-// anything else.
-QVector<qint64> PictureStarts(const QByteArray& _qbaStream);
+// _iSize pseudo-random bytes (a linear congruential sequence from _uSeed): input that is no
+// video format, for the tests of bad input.
+QByteArray NoiseBytes(int _iSize, quint32 _uSeed);
 
 #endif // FISHPLAYER_DEMO_SUPPORT_H

@@ -1,31 +1,34 @@
-// fishplayer_demo: plays a fisheye video file through CLS_FishPlayer on off-screen surfaces of the
-// open engine, steers the views with a scripted sequence of PTZ commands, drags and zooms, and
-// writes one PNG per view at each checkpoint plus a contact sheet of all views.
+// fishplayer_demo: plays a fisheye video file or live stream through CLS_FishPlayer on off-screen
+// surfaces of the open engine, steers the views with a scripted sequence of PTZ commands, drags
+// and zooms, and writes one PNG per view at each checkpoint plus a contact sheet of all views.
 //
-//   fishplayer_demo [VIDEO] [--out DIR] [--size WxH] [--mount N] [--sheet-width N] [--scale F]
+//   fishplayer_demo [INPUT] [--out DIR] [--size WxH] [--mount N] [--sheet-width N] [--scale F]
+//                   [--transport tcp|udp] [--timeout S] [--fast] [--step-seconds S]
 //
-// VIDEO is an elementary stream (H.264, H.265 or MJPEG); it defaults to the sample clip
+// INPUT is any file or URL that libavformat opens (rtsp://, http://, udp://, MP4, MKV, TS, raw
+// H.264/H.265/MJPEG) holding H.264, H.265 or MJPEG video; it defaults to the sample clip
 // build/samples/fisheye_1920.h264 (scripts/make-sample.sh writes it). Run it where the loader
 // finds "Korvane.dll" and "zeb_algo_fcu.dll" (LD_LIBRARY_PATH=build/backends/engine:build/backends/algo).
 #include "DemoImage.h"
 #include "DemoSupport.h"
 
 #include <CLS_FishPlayer.h>
+#include <MediaSource.h>
 
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QMap>
-#include <QRegularExpression>
 #include <QVector>
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <atomic>
 #include <functional>
-#include <limits>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -86,19 +89,31 @@ struct Options {
     int m_iMount = 1;
     int m_iSheetWidth = 1280;
     double m_dScale = 1.0;
+    fishsource::SourceOptions m_tSource;
+    double m_dStepSeconds = 2.0; // live sources and files of unknown length: playing time per step
 };
 
+// The engine's result when its packet queue is full.
+constexpr int ENGINE_QUEUE_FULL = -3;
+
 void Usage() {
-    std::fprintf(stderr,
-                 "usage: fishplayer_demo [VIDEO] [--out DIR] [--size WxH] [--mount N] [--sheet-width N]\n"
-                 "                       [--scale F]\n"
-                 "  VIDEO          fisheye elementary stream (default build/samples/fisheye_1920.h264)\n"
-                 "  --out DIR      where the pictures go (default ./fishplayer-demo)\n"
-                 "  --size WxH     picture size for the stream header (default: from the file name, NNNN\n"
-                 "                 in \"_NNNN.\" meaning NNNN x NNNN, else 1920x1920)\n"
-                 "  --mount N      mounting mode: 1 wall, 2 ceiling, 3 floor (default 1)\n"
-                 "  --sheet-width  width of the contact sheet in pixels (default 1280)\n"
-                 "  --scale F      size of the views, 0.1 to 4 times the default (default 1)\n");
+    std::fprintf(
+        stderr, "usage: fishplayer_demo [INPUT] [--out DIR] [--size WxH] [--mount N] [--sheet-width N]\n"
+                "                       [--scale F] [--transport tcp|udp] [--timeout S] [--fast]\n"
+                "                       [--step-seconds S]\n"
+                "  INPUT          fisheye video file or URL: rtsp://, rtsps://, http(s)://, udp://, rtp://,\n"
+                "                 MP4, MKV, MOV, TS or raw H.264/H.265/MJPEG (default\n"
+                "                 build/samples/fisheye_1920.h264)\n"
+                "  --out DIR      where the pictures go (default ./fishplayer-demo)\n"
+                "  --size WxH     picture size for the stream header (default: the stream's own)\n"
+                "  --mount N      mounting mode: 1 wall, 2 ceiling, 3 floor (default 1)\n"
+                "  --sheet-width  width of the contact sheet in pixels, 320 to 8192 (default 1280)\n"
+                "  --scale F      size of the views, 0.1 to 4 times the default (default 1)\n"
+                "  --transport T  RTSP transport: tcp or udp (default tcp)\n"
+                "  --timeout S    a network source without data for S seconds (0.5 to 120) is\n"
+                "                 reconnected, or fails when opening (default 5)\n"
+                "  --fast         play files as fast as the engine decodes, not at their timestamps\n"
+                "  --step-seconds S  playing time of each step for live sources, 0.2 to 600 (default 2)\n");
 }
 
 bool ParseOptions(int _iArgc, char** _ppcArgv, Options& _tOptions) {
@@ -118,6 +133,22 @@ bool ParseOptions(int _iArgc, char** _ppcArgv, Options& _tOptions) {
             _tOptions.m_qstrOut = qlistArgs[++i];
         } else if (qstrArg == QLatin1String("--mount") && blHasValue) {
             _tOptions.m_iMount = qlistArgs[++i].toInt(&blOk);
+            blOk = blOk && _tOptions.m_iMount >= 1 && _tOptions.m_iMount <= 3;
+        } else if (qstrArg == QLatin1String("--transport") && blHasValue) {
+            const QString qstrTransport = qlistArgs[++i];
+            blOk = qstrTransport == QLatin1String("tcp") || qstrTransport == QLatin1String("udp");
+            _tOptions.m_tSource.m_tReader.m_eTransport = qstrTransport == QLatin1String("udp")
+                                                             ? fishsource::RtspTransport::Udp
+                                                             : fishsource::RtspTransport::Tcp;
+        } else if (qstrArg == QLatin1String("--timeout") && blHasValue) {
+            const double dSeconds = qlistArgs[++i].toDouble(&blOk);
+            blOk = blOk && dSeconds >= 0.5 && dSeconds <= 120;
+            _tOptions.m_tSource.m_tReader.m_iTimeoutMs = blOk ? static_cast<int>(dSeconds * 1000) : 0;
+        } else if (qstrArg == QLatin1String("--step-seconds") && blHasValue) {
+            _tOptions.m_dStepSeconds = qlistArgs[++i].toDouble(&blOk);
+            blOk = blOk && _tOptions.m_dStepSeconds >= 0.2 && _tOptions.m_dStepSeconds <= 600;
+        } else if (qstrArg == QLatin1String("--fast")) {
+            _tOptions.m_tSource.m_blPaced = false;
         } else if (qstrArg == QLatin1String("--sheet-width") && blHasValue) {
             _tOptions.m_iSheetWidth = qlistArgs[++i].toInt(&blOk);
             blOk = blOk && _tOptions.m_iSheetWidth >= 320 && _tOptions.m_iSheetWidth <= 8192;
@@ -144,13 +175,7 @@ bool ParseOptions(int _iArgc, char** _ppcArgv, Options& _tOptions) {
             return false;
         }
     }
-    if (_tOptions.m_iWidth == 0) {
-        const QRegularExpressionMatch qmatch = QRegularExpression(QStringLiteral("_(\\d{3,4})\\."))
-                                                   .match(QFileInfo(_tOptions.m_qstrVideo).fileName());
-        const int iSide = qmatch.hasMatch() ? qmatch.captured(1).toInt() : 1920;
-        _tOptions.m_iWidth = iSide;
-        _tOptions.m_iHeight = iSide;
-    }
+    _tOptions.m_tSource.m_tReader.m_strUrl = _tOptions.m_qstrVideo.toStdString();
     return true;
 }
 
@@ -246,6 +271,12 @@ class Demo {
 public:
     explicit Demo(const Options& _tOptions) : m_tOptions(_tOptions) {}
     ~Demo() {
+        // The source's thread feeds the player, and the probe reads it: both stop first.
+        if (m_pSource)
+            m_pSource->Stop();
+        m_blProbeStop = true;
+        if (m_threadProbe.joinable())
+            m_threadProbe.join();
         if (m_iId >= 0)
             m_pFish->FishPlayer_DeleteAllPlayer(m_iId);
         if (m_tEngine.m_pfDestroySurface) {
@@ -266,8 +297,13 @@ private:
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         return m_pFish->GetIsInitUserData(m_iId);
     }
-    bool Feed(int _iStep, qint64 _llTo);
-    void Settle(bool _blExpectPictures, long long _llPictures);
+    bool OpenSource();
+    bool StartSource();
+    // Plays the step's share of the stream. False when the source failed.
+    bool Play(int _iStep, long long _llPictures);
+    void Settle();
+    void ReportStatus(const fishsource::SourceStatus& _tStatus);
+    void Probe();
     bool Snapshot(int _iStep, const QString& _qstrStepName);
     DemoImage ReadSurface(void* _hSurface, int _iWidth, int _iHeight, int* _piRendered = nullptr) const;
     // _iPixels at the chosen scale.
@@ -281,14 +317,19 @@ private:
     Options m_tOptions;
     CLS_FishPlayer* m_pFish = nullptr;
     EngineExt m_tEngine;
-    QByteArray m_qbaStream;
+    std::unique_ptr<fishsource::MediaSource> m_pSource;
+    fishsource::StreamInfo m_tInfo;
+    std::thread m_threadProbe;
+    std::atomic<bool> m_blProbeStop{false};
+    std::atomic<long long> m_llShown{0};
+    int m_iShownWidth = 0; // size of the pictures shown, to tell a change
+    int m_iShownHeight = 0;
     void* m_hMain = nullptr;
     int m_iMainWidth = 0;
     int m_iMainHeight = 0;
     QVector<View> m_vecViews;
     int m_iId = -1;
     int m_iSteps = 0;
-    qint64 m_llFed = 0;
     QElapsedTimer m_qtimerRun;
 };
 
@@ -344,7 +385,7 @@ bool Demo::CreatePlayer() {
         std::fprintf(stderr, "fishplayer_demo: registering the overlay callback failed\n");
         return false;
     }
-    std::printf("fisheye player %d: %d views, mounting mode %d, %d x %d\n", m_iId,
+    std::printf("fisheye player %d: %d views, mounting mode %d, stream header %d x %d\n", m_iId,
                 static_cast<int>(m_vecViews.size()), m_tOptions.m_iMount, m_tOptions.m_iWidth,
                 m_tOptions.m_iHeight);
     return true;
@@ -354,59 +395,144 @@ long long Demo::DecodedPictures() const {
     return m_tEngine.DecodedPictures(m_iId);
 }
 
-// Feeds the stream up to byte _llTo.
-bool Demo::Feed(int _iStep, qint64 _llTo) {
-    constexpr qint64 CHUNK = 64 * 1024;
-    const qint64 llTotal = m_qbaStream.size();
-    auto tLastReport = std::chrono::steady_clock::now() - std::chrono::seconds(1);
-    while (m_llFed < _llTo) {
-        const int iSize = static_cast<int>(std::min(CHUNK, _llTo - m_llFed));
-        const int iRet = m_pFish->FishPlayer_PutStreamToPlayer(
-            m_iId, 0, reinterpret_cast<unsigned char*>(m_qbaStream.data()) + m_llFed, iSize);
-        if (iRet == -3) { // the engine's queue is full: let it decode
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-            continue;
-        }
-        if (iRet != 0) {
-            std::fprintf(stderr, "\nfishplayer_demo: feeding the stream failed: %d\n", iRet);
-            return false;
-        }
-        m_llFed += iSize;
-        const auto tNow = std::chrono::steady_clock::now();
-        if (tNow - tLastReport > std::chrono::milliseconds(500) || m_llFed == _llTo) {
-            tLastReport = tNow;
-            std::printf("\r[%d/%d] fed %.1f of %.1f MB (%3d%%), %lld pictures decoded", _iStep + 1, m_iSteps,
-                        m_llFed / 1048576.0, llTotal / 1048576.0,
-                        static_cast<int>(100 * m_llFed / std::max<qint64>(1, llTotal)), DecodedPictures());
-            std::fflush(stdout);
-        }
+bool Demo::OpenSource() {
+    m_pSource.reset(new fishsource::MediaSource(m_tOptions.m_tSource));
+    const std::string strError = m_pSource->Open();
+    if (!strError.empty()) {
+        std::fprintf(stderr, "fishplayer_demo: %s\n", strError.c_str());
+        return false;
+    }
+    m_tInfo = m_pSource->Info();
+    if (!m_tInfo.m_blLive && m_tInfo.m_llFrames <= 0) // the steps share the file's pictures
+        m_tInfo.m_llFrames = fishsource::CountPackets(m_tOptions.m_tSource.m_tReader);
+    std::printf("source: %s (%s, %s, %d x %d, %s)\n", qPrintable(m_tOptions.m_qstrVideo),
+                m_tInfo.m_strFormat.c_str(), m_tInfo.m_strCodec.c_str(), m_tInfo.m_iWidth, m_tInfo.m_iHeight,
+                m_tInfo.m_blLive                 ? "live"
+                : m_tOptions.m_tSource.m_blPaced ? "played at its timestamps"
+                                                 : "played as fast as it decodes");
+    if (m_tOptions.m_iWidth == 0) {
+        m_tOptions.m_iWidth = m_tInfo.m_iWidth;
+        m_tOptions.m_iHeight = m_tInfo.m_iHeight;
+    }
+    if (m_tOptions.m_iWidth < 16 || m_tOptions.m_iHeight < 16) {
+        std::fprintf(stderr, "fishplayer_demo: %s does not say its picture size: give --size WxH\n",
+                     qPrintable(m_tOptions.m_qstrVideo));
+        return false;
     }
     return true;
 }
 
-// Waits until the engine has decoded what it was given (the count of pictures stays put) and
-// every view it renders has shown a picture since the last steering step.
-void Demo::Settle(bool _blExpectPictures, long long _llPictures) {
-    const auto tDeadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    long long llLastFrames = -1;
-    auto tStable = std::chrono::steady_clock::now();
-    while (std::chrono::steady_clock::now() < tDeadline) {
-        const long long llFrames = DecodedPictures();
-        const auto tNow = std::chrono::steady_clock::now();
-        if (llFrames != llLastFrames) {
-            llLastFrames = llFrames;
-            tStable = tNow;
+void Demo::ReportStatus(const fishsource::SourceStatus& _tStatus) {
+    // On the source's thread: one whole line per report.
+    using fishsource::SourceState;
+    if (_tStatus.m_eState == SourceState::Reconnecting && _tStatus.m_iRetryInS > 0)
+        std::printf("\nreconnecting to %s in %d s: %s\n", qPrintable(m_tOptions.m_qstrVideo),
+                    _tStatus.m_iRetryInS, _tStatus.m_strMessage.c_str());
+    else if (_tStatus.m_eState == SourceState::Playing && _tStatus.m_iReconnects > 0)
+        std::printf("\nreconnected to %s (%d reconnection%s)\n", qPrintable(m_tOptions.m_qstrVideo),
+                    _tStatus.m_iReconnects, _tStatus.m_iReconnects == 1 ? "" : "s");
+}
+
+void Demo::Probe() {
+    // Pictures shown, looked at often enough to time them to a few milliseconds.
+    while (!m_blProbeStop.load()) {
+        const long long llShown = DecodedPictures();
+        m_llShown.store(llShown);
+        if (m_pSource)
+            m_pSource->Latency().Shown(llShown, std::chrono::steady_clock::now());
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+}
+
+bool Demo::StartSource() {
+    m_threadProbe = std::thread(&Demo::Probe, this);
+    const int iId = m_iId;
+    CLS_FishPlayer* pFish = m_pFish;
+    return m_pSource->Start(
+        [pFish, iId](const std::uint8_t* _pcData, int _iSize) {
+            const int iRet =
+                pFish->FishPlayer_PutStreamToPlayer(iId, 0, const_cast<unsigned char*>(_pcData), _iSize);
+            if (iRet == 0)
+                return fishsource::SinkResult::Taken;
+            if (iRet == ENGINE_QUEUE_FULL)
+                return fishsource::SinkResult::Busy;
+            std::fprintf(stderr, "\nfishplayer_demo: feeding the stream failed: %d\n", iRet);
+            return fishsource::SinkResult::Failed;
+        },
+        [this](const fishsource::SourceStatus& _tStatus) { ReportStatus(_tStatus); },
+        [this] { return DecodedPictures(); });
+}
+
+// Plays until _llPictures pictures have been shown (files of known length) or for the step's
+// time (live sources), printing progress; a file's end ends every step.
+bool Demo::Play(int _iStep, long long _llPictures) {
+    using fishsource::SourceState;
+    const auto tStart = std::chrono::steady_clock::now();
+    const auto tStepTime = std::chrono::duration<double>(m_tOptions.m_dStepSeconds);
+    auto tLastReport = tStart - std::chrono::seconds(1);
+    auto tLastProgress = tStart;
+    long long llLastShown = -1;
+    for (;;) {
+        const fishsource::SourceStatus tStatus = m_pSource->Status();
+        if (tStatus.m_eState == SourceState::Failed) {
+            std::fprintf(stderr, "\nfishplayer_demo: %s\n", tStatus.m_strMessage.c_str());
+            return false;
         }
+        const long long llShown = m_llShown.load();
+        const auto tNow = std::chrono::steady_clock::now();
+        if (llShown != llLastShown) {
+            llLastShown = llShown;
+            tLastProgress = tNow;
+        }
+        VideoParam tVideo;
+        if (m_tEngine.m_pfGetVideoParam(m_iId, &tVideo, sizeof(tVideo)) == 0 && tVideo.m_iWidth > 0 &&
+            (tVideo.m_iWidth != m_iShownWidth || tVideo.m_iHeight != m_iShownHeight)) {
+            if (m_iShownWidth > 0)
+                std::printf("\npicture size changed from %d x %d to %d x %d\n", m_iShownWidth, m_iShownHeight,
+                            tVideo.m_iWidth, tVideo.m_iHeight);
+            m_iShownWidth = tVideo.m_iWidth;
+            m_iShownHeight = tVideo.m_iHeight;
+        }
+        if (tNow - tLastReport > std::chrono::milliseconds(500)) {
+            tLastReport = tNow;
+            const fishsource::LatencySummary tLatency = m_pSource->Latency().Summary();
+            std::printf("\r[%d/%d] %s, %.1f MB in %lld packets, %lld pictures shown, latency %.0f ms   ",
+                        _iStep + 1, m_iSteps, fishsource::StateName(tStatus.m_eState),
+                        m_pSource->BytesFed() / 1048576.0, m_pSource->PacketsFed(), llShown,
+                        tLatency.m_dMedianMs);
+            std::fflush(stdout);
+        }
+        const bool blEnded = tStatus.m_eState == SourceState::Ended;
+        if (_llPictures > 0 ? llShown >= _llPictures : (tNow - tStart >= tStepTime && llShown > 0))
+            return true;
+        // A file's end: done once the engine has shown what it was given.
+        if (blEnded && tNow - tLastProgress > std::chrono::milliseconds(300))
+            return true;
+        // A stall that is not a reconnection (the engine stopped showing pictures).
+        if (tStatus.m_eState == SourceState::Playing && tNow - tLastProgress > std::chrono::seconds(30)) {
+            std::printf("\nfishplayer_demo: no new picture for 30 s; going on with the last one\n");
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+}
+
+// Waits until every view the engine renders has shown a picture since the last steering step.
+void Demo::Settle() {
+    const auto tDeadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (std::chrono::steady_clock::now() < tDeadline) {
         bool blAllRendered = true;
         for (const View& tView : m_vecViews)
-            if (_blExpectPictures && tView.m_blEngineRendered &&
-                RenderedCount(tView) <= tView.m_iRenderedAtStep)
+            if (tView.m_blEngineRendered && RenderedCount(tView) <= tView.m_iRenderedAtStep)
                 blAllRendered = false;
-        if (blAllRendered && (llFrames >= _llPictures || tNow - tStable > std::chrono::milliseconds(300)))
+        if (blAllRendered)
             return;
+        if (m_pSource->Status().m_eState == fishsource::SourceState::Ended &&
+            std::chrono::steady_clock::now() + std::chrono::seconds(9) > tDeadline)
+            break; // a file's end: no picture will come to show the last steering
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
-    std::printf("\nfishplayer_demo: the engine did not settle in time; the pictures may be old\n");
+    std::printf("\nfishplayer_demo: no picture since the last step; the views show the one before it\n");
 }
 
 DemoImage Demo::ReadSurface(void* _hSurface, int _iWidth, int _iHeight, int* _piRendered) const {
@@ -461,18 +587,8 @@ bool Demo::Snapshot(int _iStep, const QString& _qstrStepName) {
 }
 
 int Demo::Run() {
-    QFile qVideo(m_tOptions.m_qstrVideo);
-    if (!qVideo.open(QIODevice::ReadOnly)) {
-        std::fprintf(stderr,
-                     "fishplayer_demo: cannot open %s (scripts/make-sample.sh writes the sample clips)\n",
-                     qPrintable(m_tOptions.m_qstrVideo));
+    if (!OpenSource())
         return 1;
-    }
-    m_qbaStream = qVideo.readAll();
-    if (m_qbaStream.isEmpty()) {
-        std::fprintf(stderr, "fishplayer_demo: %s is empty\n", qPrintable(m_tOptions.m_qstrVideo));
-        return 1;
-    }
     m_qtimerRun.start();
     m_pFish = CLS_FishPlayer::GetInstance();
     if (!m_tEngine.Resolve()) {
@@ -481,7 +597,7 @@ int Demo::Run() {
                      "of backends/engine on LD_LIBRARY_PATH?)\n");
         return 1;
     }
-    if (!CreatePlayer())
+    if (!CreatePlayer() || !StartSource())
         return 1;
 
     // The scripted session: each step steers the views, then the next part of the stream plays.
@@ -532,10 +648,8 @@ int Demo::Run() {
          }},
     };
     m_iSteps = static_cast<int>(sizeof(aSteps) / sizeof(aSteps[0]));
-    // Each step plays an equal share of the pictures; its share ends with the first bytes of the
-    // next picture, which let the engine finish the last one (a live stream has no end marker).
-    const QVector<qint64> vecStarts = PictureStarts(m_qbaStream);
-    const qint64 llTotal = m_qbaStream.size();
+    // Each step plays an equal share of a file's pictures, or a few seconds of a live stream.
+    const long long llFrames = m_tInfo.m_blLive ? 0 : m_tInfo.m_llFrames;
     for (int iStep = 0; iStep < m_iSteps; ++iStep) {
         if (iStep == 1 && !WaitForArea())
             std::printf(
@@ -544,21 +658,20 @@ int Demo::Run() {
         for (View& tView : m_vecViews)
             if (tView.m_blEngineRendered)
                 tView.m_iRenderedAtStep = RenderedCount(tView);
-        qint64 llTo = llTotal * (iStep + 1) / m_iSteps;
-        long long llPictures = 0; // unknown: wait until the engine stops decoding
-        if (vecStarts.size() > m_iSteps) {
-            const int iNext =
-                static_cast<int>(static_cast<qint64>(vecStarts.size()) * (iStep + 1) / m_iSteps);
-            llTo = iNext < vecStarts.size() ? std::min(llTotal, vecStarts[iNext] + 8) : llTotal;
-            llPictures = iNext < vecStarts.size() ? iNext : vecStarts.size() - 1;
-        }
-        const qint64 llFedBefore = m_llFed;
-        if (!Feed(iStep, std::max(llTo, m_llFed)))
+        // A file's feeding stops at the step's share, so that each step shows its own pictures.
+        const long long llShare = llFrames * (iStep + 1) / m_iSteps;
+        m_pSource->HoldAt(llFrames > 0 && iStep + 1 < m_iSteps ? llShare : -1);
+        if (!Play(iStep, llShare))
             return 1;
-        Settle(m_llFed > llFedBefore, llPictures > 0 ? llPictures : std::numeric_limits<long long>::max());
+        Settle();
         if (!Snapshot(iStep, QString::fromLatin1(aSteps[iStep].m_pcName)))
             return 1;
     }
+    const fishsource::LatencySummary tLatency = m_pSource->Latency().Summary();
+    m_pSource->Stop();
+    std::printf("latency from packet arrival to picture shown: median %.1f ms, 95th percentile %.1f ms "
+                "(%d pictures)\n",
+                tLatency.m_dMedianMs, tLatency.m_dP95Ms, tLatency.m_iSamples);
     int iOverlays = 0;
     LatestOverlay(&iOverlays);
     std::printf("%d overlays received\n", iOverlays);

@@ -29,7 +29,9 @@ apt-get install -y -qq --no-install-recommends \
     ca-certificates cmake ninja-build g++ make pkg-config \
     qtbase5-dev qt6-base-dev libgtest-dev libgmock-dev googletest libbenchmark-dev \
     clang-14 clang-format libclang-rt-14-dev libfuzzer-14-dev \
-    ffmpeg libavcodec-dev libavutil-dev libswscale-dev libxcb1-dev libxcb-shm0-dev xvfb >/dev/null
+    ffmpeg libavcodec-dev libavformat-dev libavutil-dev libswscale-dev libxcb1-dev libxcb-shm0-dev xvfb \
+    gir1.2-gst-rtsp-server-1.0 python3-gi gstreamer1.0-plugins-base gstreamer1.0-plugins-good \
+    gstreamer1.0-plugins-bad >/dev/null
 if [ "$BENCHMARKS" = 1 ]; then
     apt-get install -y -qq --no-install-recommends libopencv-imgproc-dev >/dev/null
 fi

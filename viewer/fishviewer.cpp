@@ -3,8 +3,13 @@
 // views are painted from the main window's picture (an off-screen surface of the open engine),
 // with the PTZ views' outlines drawn over the fisheye.
 //
-//   fishviewer [VIDEO] [--mount N] [--views LIST] [--size WxH] [--self-test DIR]
+//   fishviewer [INPUT] [--mount N] [--views LIST] [--size WxH] [--transport tcp|udp] [--self-test DIR]
 //
+// INPUT is any file or URL the source component opens (rtsp://, http://, udp://, MP4, MKV, TS, raw
+// H.264/H.265/MJPEG); File > Open file and File > Open URL choose another. Files play in a loop.
+// The status bar shows the source, its codec and picture size, the latency from a packet's
+// arrival to its picture shown, and reconnections; a source that fails shows its message in
+// place of the views.
 // LIST is a comma-separated choice of source, fisheye, 360, 180, lat and ptzN (N PTZ views), for
 // example "fisheye,360,ptz4". Mouse: drag in a PTZ view moves it, the wheel zooms it, the arrow
 // keys and +/- send PTZ commands to it; drag an outline on the fisheye view; drag a panorama to
@@ -13,13 +18,17 @@
 #include "DemoSupport.h"
 
 #include <CLS_FishPlayer.h>
+#include <MediaSource.h>
 
 #include <QAction>
 #include <QActionGroup>
 #include <QApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileDialog>
 #include <QGridLayout>
+#include <QInputDialog>
+#include <QLabel>
 #include <QImage>
 #include <QKeyEvent>
 #include <QMainWindow>
@@ -27,14 +36,15 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
-#include <QRegularExpression>
 #include <QScreen>
+#include <QStatusBar>
 #include <QTimer>
 #include <QWheelEvent>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -84,10 +94,14 @@ struct Options {
     int m_iMount = 1;
     QStringList m_qlistViews = {QStringLiteral("source"), QStringLiteral("fisheye"), QStringLiteral("360"),
                                 QStringLiteral("180"),    QStringLiteral("lat"),     QStringLiteral("ptz4")};
-    int m_iWidth = 0;
+    int m_iWidth = 0; // --size: the stream header's size instead of the stream's own
     int m_iHeight = 0;
+    fishsource::RtspTransport m_eTransport = fishsource::RtspTransport::Tcp;
     QString m_qstrSelfTest;
 };
+
+// The engine's result when its packet queue is full.
+constexpr int ENGINE_QUEUE_FULL = -3;
 
 class Viewer;
 
@@ -131,7 +145,27 @@ private:
 class Viewer : public QMainWindow {
 public:
     explicit Viewer(const Options& _tOptions) : m_tOptions(_tOptions) {
-        setWindowTitle(QStringLiteral("fishviewer - %1").arg(m_tOptions.m_qstrVideo));
+        QMenu* pFile = menuBar()->addMenu(QStringLiteral("&File"));
+        connect(pFile->addAction(QStringLiteral("Open &file...")), &QAction::triggered, this, [this] {
+            const QString qstrFile = QFileDialog::getOpenFileName(
+                this, QStringLiteral("Open a fisheye video file"), QFileInfo(m_tOptions.m_qstrVideo).path(),
+                QStringLiteral(
+                    "Video (*.mp4 *.mkv *.mov *.ts *.h264 *.264 *.h265 *.265 *.hevc *.mjpeg *.mjpg);;"
+                    "All files (*)"));
+            if (!qstrFile.isEmpty())
+                OpenInput(qstrFile);
+        });
+        connect(pFile->addAction(QStringLiteral("Open &URL...")), &QAction::triggered, this, [this] {
+            bool blOk = false;
+            const QString qstrUrl = QInputDialog::getText(
+                this, QStringLiteral("Open a camera stream"),
+                QStringLiteral("URL (rtsp://, rtsps://, http://, https://, udp://, rtp://):"),
+                QLineEdit::Normal, m_tOptions.m_qstrVideo, &blOk);
+            if (blOk && !qstrUrl.trimmed().isEmpty())
+                OpenInput(qstrUrl.trimmed());
+        });
+        pFile->addSeparator();
+        connect(pFile->addAction(QStringLiteral("&Quit")), &QAction::triggered, this, &QWidget::close);
         QMenu* pMount = menuBar()->addMenu(QStringLiteral("&Mounting"));
         auto* pGroup = new QActionGroup(this);
         const char* apcMounts[] = {"&Wall", "&Ceiling", "&Floor"};
@@ -166,18 +200,13 @@ public:
                 Open();
             });
         }
-        connect(&m_qtimerFeed, &QTimer::timeout, this, &Viewer::FeedPicture);
         connect(&m_qtimerPaint, &QTimer::timeout, this, &Viewer::RefreshPictures);
+        connect(&m_qtimerProbe, &QTimer::timeout, this, &Viewer::Probe);
     }
     ~Viewer() override { Close(); }
 
+    // False when no engine with surfaces was loaded; a source that fails is shown, not fatal.
     bool Start() {
-        QFile qVideo(m_tOptions.m_qstrVideo);
-        if (!qVideo.open(QIODevice::ReadOnly) || (m_qbaStream = qVideo.readAll()).isEmpty()) {
-            std::fprintf(stderr, "fishviewer: cannot read %s\n", qPrintable(m_tOptions.m_qstrVideo));
-            return false;
-        }
-        m_vecStarts = PictureStarts(m_qbaStream);
         m_pFish = CLS_FishPlayer::GetInstance();
         if (!m_tEngine.Resolve()) {
             std::fprintf(stderr, "fishviewer: no engine with surfaces was loaded (LD_LIBRARY_PATH?)\n");
@@ -186,9 +215,32 @@ public:
         return Open();
     }
 
-    // (Re)creates the grid and the player for the current mount and view set.
+    void OpenInput(const QString& _qstrInput) {
+        m_tOptions.m_qstrVideo = _qstrInput;
+        m_tOptions.m_iWidth = m_tOptions.m_iHeight = 0;
+        Open();
+    }
+
+    // The message of a source that failed, "" while it plays.
+    const QString& Failure() const { return m_qstrFailure; }
+
+    // (Re)creates the source, the grid and the player for the current input, mount and view set.
+    // False when the source failed; its message then stands in place of the views.
     bool Open() {
         Close();
+        setWindowTitle(QStringLiteral("fishviewer - %1").arg(m_tOptions.m_qstrVideo));
+        m_pSource.reset(new fishsource::MediaSource(SourceOptions()));
+        statusBar()->showMessage(QStringLiteral("opening %1").arg(m_tOptions.m_qstrVideo));
+        QApplication::processEvents();
+        const std::string strError = m_pSource->Open();
+        if (!strError.empty())
+            return Fail(QString::fromStdString(strError));
+        m_tInfo = m_pSource->Info();
+        m_iHeaderWidth = m_tOptions.m_iWidth >= 16 ? m_tOptions.m_iWidth : m_tInfo.m_iWidth;
+        m_iHeaderHeight = m_tOptions.m_iHeight >= 16 ? m_tOptions.m_iHeight : m_tInfo.m_iHeight;
+        if (m_iHeaderWidth < 16 || m_iHeaderHeight < 16)
+            return Fail(QStringLiteral("%1 does not say its picture size: give --size WxH")
+                            .arg(m_tOptions.m_qstrVideo));
         auto* pGrid = new QWidget(this);
         auto* pLayout = new QGridLayout(pGrid);
         pLayout->setSpacing(4);
@@ -221,31 +273,33 @@ public:
         show();
         QApplication::processEvents(); // the native windows exist at their final size
 
-        m_hMain = m_tEngine.m_pfCreateSurface(m_tOptions.m_iWidth / 2, m_tOptions.m_iHeight / 2);
+        m_hMain = m_tEngine.m_pfCreateSurface(MainWidth(), MainHeight());
         QMap<int, QVector<void*>> qmapWindows;
         for (ViewWidget* pView : m_vecViews)
             qmapWindows[pView->m_iType].append(pView->IsEngineView() ? pView->Window() : m_hMain);
         m_pFish->SetPlayIndex(0);
-        int aiHeader[3] = {12, m_tOptions.m_iWidth, m_tOptions.m_iHeight};
+        std::array<std::uint8_t, 12> acHeader = fishsource::StreamHeader(m_iHeaderWidth, m_iHeaderHeight);
         QMap<int, QVector<int>> qmapIds;
         const int iRet = m_pFish->FishPlayer_CreatePlayerFromStream(
-            {m_tOptions.m_iMount, 0, 0}, m_hMain, qmapWindows, 0, reinterpret_cast<unsigned char*>(aiHeader),
-            sizeof(aiHeader), &m_iId, qmapIds, false, osd_TLDCSet{}, {1, n_DrawType_Fec});
+            {m_tOptions.m_iMount, 0, 0}, m_hMain, qmapWindows, 0, acHeader.data(),
+            static_cast<int>(acHeader.size()), &m_iId, qmapIds, false, osd_TLDCSet{}, {1, n_DrawType_Fec});
         if (iRet != 0) {
-            std::fprintf(stderr, "fishviewer: creating the player failed: %d\n", iRet);
             m_iId = -1;
-            return false;
+            return Fail(QStringLiteral("creating the player failed: %1").arg(iRet));
         }
         m_pFish->FishPlayer_RegisterDrawCallback(m_iId, OnOverlay);
-        m_iNextPicture = 0;
-        m_llFed = 0;
-        m_qtimerFeed.start(40);
+        if (!StartSource())
+            return Fail(QStringLiteral("the source of %1 did not start").arg(m_tOptions.m_qstrVideo));
         m_qtimerPaint.start(40);
+        m_qtimerProbe.start(5);
         return true;
     }
 
     void Close() {
-        m_qtimerFeed.stop();
+        // The source's thread feeds the player: it stops first.
+        if (m_pSource)
+            m_pSource->Stop();
+        m_qtimerProbe.stop();
         m_qtimerPaint.stop();
         if (m_iId >= 0)
             m_pFish->FishPlayer_DeleteAllPlayer(m_iId);
@@ -255,6 +309,7 @@ public:
         m_hMain = nullptr;
         m_vecViews.clear();
         m_qimgMain = QImage();
+        m_qstrFailure.clear();
         delete takeCentralWidget();
     }
 
@@ -263,6 +318,8 @@ public:
     CLS_FishPlayer* Fish() const { return m_pFish; }
     const QImage& MainPicture() const { return m_qimgMain; }
     QRect FisheyeArea() const { return m_qrectArea; }
+    // Written over the last picture of the views the viewer paints while the source is away.
+    const QString& Banner() const { return m_qstrBanner; }
     ViewWidget* View(const QString& _qstrName) const {
         for (ViewWidget* pView : m_vecViews)
             if (pView->m_qstrName == _qstrName)
@@ -271,28 +328,104 @@ public:
     }
 
 private:
-    // One picture of the stream every 40 ms, from the start again at its end.
-    void FeedPicture() {
-        qint64 llTo = 0;
-        if (m_vecStarts.size() > 1) {
-            m_iNextPicture = m_iNextPicture + 1 >= m_vecStarts.size() ? 0 : m_iNextPicture + 1;
-            llTo = m_iNextPicture == 0 ? m_qbaStream.size() : m_vecStarts[m_iNextPicture];
-        } else {
-            llTo = std::min<qint64>(m_qbaStream.size(), m_llFed + 64 * 1024);
+    fishsource::SourceOptions SourceOptions() const {
+        fishsource::SourceOptions tSourceOptions;
+        tSourceOptions.m_tReader.m_strUrl = m_tOptions.m_qstrVideo.toStdString();
+        tSourceOptions.m_tReader.m_eTransport = m_tOptions.m_eTransport;
+        return tSourceOptions;
+    }
+    int MainWidth() const { return std::max(1, m_iHeaderWidth / 2); }
+    int MainHeight() const { return std::max(1, m_iHeaderHeight / 2); }
+
+    // The source's message in place of the views (never black views without a word).
+    bool Fail(const QString& _qstrMessage) {
+        Close();
+        m_qstrFailure = _qstrMessage;
+        auto* pLabel = new QLabel(_qstrMessage, this);
+        pLabel->setObjectName(QStringLiteral("failure"));
+        pLabel->setAlignment(Qt::AlignCenter);
+        pLabel->setWordWrap(true);
+        pLabel->setMargin(24);
+        setCentralWidget(pLabel);
+        statusBar()->showMessage(QStringLiteral("failed: %1").arg(_qstrMessage));
+        std::fprintf(stderr, "fishviewer: %s\n", qPrintable(_qstrMessage));
+        resize(1024, 720);
+        show();
+        return false;
+    }
+
+    bool StartSource() {
+        CLS_FishPlayer* pFish = m_pFish;
+        const int iId = m_iId;
+        return m_pSource->Start(
+            [pFish, iId](const std::uint8_t* _pcData, int _iSize) {
+                const int iRet =
+                    pFish->FishPlayer_PutStreamToPlayer(iId, 0, const_cast<unsigned char*>(_pcData), _iSize);
+                return iRet == 0                   ? fishsource::SinkResult::Taken
+                       : iRet == ENGINE_QUEUE_FULL ? fishsource::SinkResult::Busy
+                                                   : fishsource::SinkResult::Failed;
+            },
+            nullptr, [iId, this] { return m_tEngine.DecodedPictures(iId); });
+    }
+
+    // Pictures shown, for the latency; the source's state, on the status bar.
+    void Probe() {
+        if (!m_pSource || m_iId < 0)
+            return;
+        m_pSource->Latency().Shown(m_tEngine.DecodedPictures(m_iId), std::chrono::steady_clock::now());
+    }
+
+    void ShowStatus() {
+        using fishsource::SourceState;
+        const fishsource::SourceStatus tStatus = m_pSource->Status();
+        if (tStatus.m_eState == SourceState::Failed) {
+            Fail(QString::fromStdString(tStatus.m_strMessage));
+            return;
         }
-        if (llTo > m_llFed)
-            m_pFish->FishPlayer_PutStreamToPlayer(
-                m_iId, 0, reinterpret_cast<unsigned char*>(m_qbaStream.data()) + m_llFed,
-                static_cast<int>(llTo - m_llFed));
-        m_llFed = llTo >= m_qbaStream.size() ? 0 : llTo;
+        if (tStatus.m_eState == SourceState::Ended && !m_tInfo.m_blLive) {
+            // Files play in a loop: the same player, its views and PTZ positions, a new source.
+            m_pSource->Stop();
+            m_pSource.reset(new fishsource::MediaSource(SourceOptions()));
+            const std::string strError = m_pSource->Open();
+            if (!strError.empty() || !StartSource())
+                Fail(QString::fromStdString(strError));
+            return;
+        }
+        QString qstrState;
+        m_qstrBanner.clear();
+        if (tStatus.m_eState == SourceState::Reconnecting) {
+            qstrState = QStringLiteral("reconnecting (next try in %1 s): %2")
+                            .arg(tStatus.m_iRetryInS)
+                            .arg(QString::fromStdString(tStatus.m_strMessage));
+            m_qstrBanner = QStringLiteral("reconnecting...");
+        } else {
+            qstrState = QString::fromLatin1(fishsource::StateName(tStatus.m_eState));
+        }
+        const fishsource::LatencySummary tLatency = m_pSource->Latency().Summary();
+        VideoParam tVideo;
+        const bool blVideo =
+            m_tEngine.m_pfGetVideoParam(m_iId, &tVideo, sizeof(tVideo)) == 0 && tVideo.m_iWidth > 0;
+        statusBar()->showMessage(
+            QStringLiteral("%1 | %2 %3 x %4 | latency %5 ms (95%: %6 ms) | %7 reconnection(s) | %8")
+                .arg(m_tOptions.m_qstrVideo)
+                .arg(QString::fromStdString(m_tInfo.m_strCodec))
+                .arg(blVideo ? tVideo.m_iWidth : m_tInfo.m_iWidth)
+                .arg(blVideo ? tVideo.m_iHeight : m_tInfo.m_iHeight)
+                .arg(tLatency.m_dMedianMs, 0, 'f', 0)
+                .arg(tLatency.m_dP95Ms, 0, 'f', 0)
+                .arg(tStatus.m_iReconnects)
+                .arg(qstrState));
     }
 
     void RefreshPictures() {
         int iW = 0, iH = 0;
+        if (!m_pSource)
+            return;
+        ShowStatus();
         if (!m_hMain || m_tEngine.m_pfReadSurface == nullptr)
             return;
-        iW = m_tOptions.m_iWidth / 2;
-        iH = m_tOptions.m_iHeight / 2;
+        iW = MainWidth();
+        iH = MainHeight();
         QImage qimg(iW, iH, QImage::Format_RGB888);
         std::vector<unsigned char> vecRgb(static_cast<size_t>(iW) * iH * 3);
         if (m_tEngine.m_pfReadSurface(m_hMain, vecRgb.data(), static_cast<int>(vecRgb.size())) <= 0)
@@ -320,15 +453,17 @@ private:
     Options m_tOptions;
     CLS_FishPlayer* m_pFish = nullptr;
     EngineExt m_tEngine;
-    QByteArray m_qbaStream;
-    QVector<qint64> m_vecStarts;
-    int m_iNextPicture = 0;
-    qint64 m_llFed = 0;
+    std::unique_ptr<fishsource::MediaSource> m_pSource;
+    fishsource::StreamInfo m_tInfo;
+    QString m_qstrFailure;
+    QString m_qstrBanner;
+    int m_iHeaderWidth = 0;
+    int m_iHeaderHeight = 0;
     void* m_hMain = nullptr;
     int m_iId = -1;
     std::vector<ViewWidget*> m_vecViews;
-    QTimer m_qtimerFeed;
     QTimer m_qtimerPaint;
+    QTimer m_qtimerProbe;
     QImage m_qimgMain;
     QRect m_qrectArea;
 };
@@ -341,11 +476,21 @@ void ViewWidget::paintEvent(QPaintEvent*) {
     const QImage& qimgMain = m_pViewer->MainPicture();
     if (qimgMain.isNull())
         return;
+    const auto DrawBanner = [this, &qpainter] {
+        if (m_pViewer->Banner().isEmpty())
+            return;
+        const QRect qrectBanner(0, 0, width(), qpainter.fontMetrics().height() + 8);
+        qpainter.fillRect(qrectBanner, QColor(0, 0, 0, 160));
+        qpainter.setPen(Qt::white);
+        qpainter.drawText(qrectBanner, Qt::AlignCenter, m_pViewer->Banner());
+    };
     if (m_iType == 0) {
         qpainter.drawImage(rect(), qimgMain);
+        DrawBanner();
         return;
     }
     qpainter.drawImage(rect(), qimgMain, m_pViewer->FisheyeArea());
+    DrawBanner();
     const Outlines overlay = LatestOverlay();
     qpainter.setRenderHint(QPainter::Antialiasing);
     for (size_t iPtz = 0; iPtz < overlay.size(); ++iPtz) {
@@ -431,7 +576,13 @@ bool ParseOptions(const QStringList& _qlistArgs, Options& _tOptions) {
             _tOptions.m_qlistViews = _qlistArgs[++i].split(QLatin1Char(','), Qt::SkipEmptyParts);
         else if (qstrArg == QLatin1String("--self-test") && blValue)
             _tOptions.m_qstrSelfTest = _qlistArgs[++i];
-        else if (qstrArg == QLatin1String("--size") && blValue) {
+        else if (qstrArg == QLatin1String("--transport") && blValue) {
+            const QString qstrTransport = _qlistArgs[++i];
+            if (qstrTransport != QLatin1String("tcp") && qstrTransport != QLatin1String("udp"))
+                return false;
+            _tOptions.m_eTransport = qstrTransport == QLatin1String("udp") ? fishsource::RtspTransport::Udp
+                                                                           : fishsource::RtspTransport::Tcp;
+        } else if (qstrArg == QLatin1String("--size") && blValue) {
             const QStringList qlistSize = _qlistArgs[++i].split(QLatin1Char('x'));
             _tOptions.m_iWidth = qlistSize.value(0).toInt();
             _tOptions.m_iHeight = qlistSize.value(1).toInt();
@@ -441,11 +592,8 @@ bool ParseOptions(const QStringList& _qlistArgs, Options& _tOptions) {
             return false;
     }
     if (_tOptions.m_iWidth < 16 || _tOptions.m_iHeight < 16 || _tOptions.m_iWidth > 16384 ||
-        _tOptions.m_iHeight > 16384) {
-        const QRegularExpressionMatch qmatch =
-            QRegularExpression(QStringLiteral("_(\\d{3,4})\\.")).match(_tOptions.m_qstrVideo);
-        _tOptions.m_iWidth = _tOptions.m_iHeight = qmatch.hasMatch() ? qmatch.captured(1).toInt() : 1920;
-    }
+        _tOptions.m_iHeight > 16384)
+        _tOptions.m_iWidth = _tOptions.m_iHeight = 0; // the stream's own
     return true;
 }
 
@@ -460,6 +608,7 @@ void SelfTest(Viewer* _pViewer, const QString& _qstrDir) {
         qpix.save(QStringLiteral("%1/%2.png").arg(_qstrDir, QLatin1String(_pcName)));
         const QPointF qptCentre = OutlineCentre(LatestOverlay(), 0);
         std::printf("%s: outline of ptz0 at %.4f %.4f\n", _pcName, qptCentre.x(), qptCentre.y());
+        std::printf("%s: status %s\n", _pcName, qPrintable(_pViewer->statusBar()->currentMessage()));
     };
     QTimer::singleShot(2500, _pViewer, [=] {
         Shot("before");
@@ -513,13 +662,28 @@ int main(int _iArgc, char** _ppcArgv) {
     QApplication qapp(_iArgc, _ppcArgv);
     Options tOptions;
     if (!ParseOptions(QApplication::arguments(), tOptions)) {
-        std::fprintf(stderr,
-                     "usage: fishviewer [VIDEO] [--mount N] [--views LIST] [--size WxH] [--self-test DIR]\n");
+        std::fprintf(
+            stderr,
+            "usage: fishviewer [INPUT] [--mount N] [--views LIST] [--size WxH] [--transport tcp|udp]\n"
+            "                  [--self-test DIR]\n");
         return 2;
     }
     Viewer tViewer(tOptions);
-    if (!tViewer.Start())
+    if (!tViewer.Start() && tViewer.Failure().isEmpty())
         return 1;
+    // A source that failed is shown in the window; a self-test takes a screenshot of it and ends.
+    if (!tOptions.m_qstrSelfTest.isEmpty() && !tViewer.Failure().isEmpty()) {
+        QTimer::singleShot(1000, &tViewer, [&tViewer, &tOptions] {
+            QDir().mkpath(tOptions.m_qstrSelfTest);
+            const QPoint qptOrigin = tViewer.centralWidget()->mapToGlobal(QPoint(0, 0));
+            QGuiApplication::primaryScreen()
+                ->grabWindow(0, qptOrigin.x(), qptOrigin.y(), tViewer.centralWidget()->width(),
+                             tViewer.centralWidget()->height())
+                .save(tOptions.m_qstrSelfTest + QStringLiteral("/failure.png"));
+            QApplication::exit(1);
+        });
+        return qapp.exec();
+    }
     if (!tOptions.m_qstrSelfTest.isEmpty())
         SelfTest(&tViewer, tOptions.m_qstrSelfTest);
     return qapp.exec();

@@ -2,8 +2,10 @@
 // dragged and zoomed with the mouse, and screenshots before and after show the view and its
 // outline on the fisheye view moved.
 #include "DemoImage.h"
+#include "DemoSupport.h"
 
 #include <QFile>
+#include <QElapsedTimer>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -99,6 +101,74 @@ TEST(ViewerUnderXvfb, ADragAndAWheelTurnMoveThePtzViewAndItsOutline) {
     EXPECT_GT(mapChange["ptz0"], 10.0);
     EXPECT_GT(mapChange["fisheye"], 0.5);
     EXPECT_GT(mapChange["ptz0"], 2 * mapChange["ptz1"]);
+}
+
+TEST(ViewerUnderXvfb, ShowsWhatItPlaysOnTheStatusBar) {
+    // Written by the run of the test above into its output: run here on a clip of its own.
+    QTemporaryDir qDir;
+    ASSERT_TRUE(qDir.isValid());
+    const QString qstrClip = qDir.filePath(QStringLiteral("clip.mp4"));
+    QProcess qFfmpeg;
+    qFfmpeg.start(QStringLiteral("ffmpeg"),
+                  {QStringLiteral("-hide_banner"), QStringLiteral("-loglevel"), QStringLiteral("error"),
+                   QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
+                   QStringLiteral("testsrc=size=320x240:rate=25:duration=6"), QStringLiteral("-c:v"),
+                   QStringLiteral("libx264"), QStringLiteral("-preset"), QStringLiteral("veryfast"),
+                   QStringLiteral("-bf"), QStringLiteral("0"), QStringLiteral("-pix_fmt"),
+                   QStringLiteral("yuv420p"), qstrClip});
+    ASSERT_TRUE(qFfmpeg.waitForFinished(60000));
+    ASSERT_EQ(qFfmpeg.exitCode(), 0) << qFfmpeg.readAllStandardError().toStdString();
+    QProcess qViewer;
+    qViewer.start(QStringLiteral("xvfb-run"),
+                  {QStringLiteral("-a"), QStringLiteral("-s"), QStringLiteral("-screen 0 1280x800x24"),
+                   QStringLiteral(FISHVIEWER_PATH), qstrClip, QStringLiteral("--self-test"), qDir.path()});
+    ASSERT_TRUE(qViewer.waitForFinished(60000));
+    const std::string strOutput = qViewer.readAllStandardOutput().toStdString();
+    ASSERT_EQ(qViewer.exitCode(), 0) << strOutput;
+    // The picture size is the stream's own (4:3), the latency measured, the source playing.
+    const QRegularExpression qre(
+        QStringLiteral("after: status %1 \\| h264 320 x 240 \\| latency [0-9]+ ms \\(95%: [0-9]+ ms\\) \\| 0 "
+                       "reconnection\\(s\\) \\| playing\n")
+            .arg(QRegularExpression::escape(qstrClip)));
+    EXPECT_TRUE(qre.match(QString::fromStdString(strOutput)).hasMatch()) << strOutput;
+}
+
+TEST(ViewerUnderXvfb, ShowsWhyASourceFailedInPlaceOfTheViews) {
+    QTemporaryDir qDir;
+    ASSERT_TRUE(qDir.isValid());
+    const QString qstrInput = qDir.filePath(QStringLiteral("noise.bin"));
+    QFile qNoise(qstrInput);
+    ASSERT_TRUE(qNoise.open(QIODevice::WriteOnly));
+    qNoise.write(NoiseBytes(64 * 1024, 7));
+    qNoise.close();
+    QProcess qViewer;
+    QElapsedTimer qtimer;
+    qtimer.start();
+    qViewer.start(QStringLiteral("xvfb-run"),
+                  {QStringLiteral("-a"), QStringLiteral("-s"), QStringLiteral("-screen 0 1280x800x24"),
+                   QStringLiteral(FISHVIEWER_PATH), qstrInput, QStringLiteral("--self-test"), qDir.path()});
+    ASSERT_TRUE(qViewer.waitForFinished(60000));
+    EXPECT_EQ(qViewer.exitCode(), 1);
+    const std::string strError = qViewer.readAllStandardError().toStdString();
+    EXPECT_NE(
+        strError.find("fishviewer: cannot open " + qstrInput.toStdString() +
+                      ": no video format found in its 64.0 KB (Invalid data found when processing input)\n"),
+        std::string::npos)
+        << strError;
+    EXPECT_LT(qtimer.elapsed(), 20000);
+    // The window shows the message: mostly light, with dark text, not black views.
+    const DemoImage tShot = DemoImage::LoadPng(qDir.filePath(QStringLiteral("failure.png")));
+    ASSERT_FALSE(tShot.IsNull());
+    int iLight = 0, iDark = 0;
+    for (int y = 0; y < tShot.Height(); ++y)
+        for (int x = 0; x < tShot.Width(); ++x) {
+            const DemoColor tColor = tShot.Pixel(x, y);
+            const int iSum = tColor.m_ucR + tColor.m_ucG + tColor.m_ucB;
+            iLight += iSum > 3 * 150 ? 1 : 0;
+            iDark += iSum < 3 * 80 ? 1 : 0;
+        }
+    EXPECT_GT(iLight, tShot.Width() * tShot.Height() / 2);
+    EXPECT_GT(iDark, 50); // the text
 }
 
 } // namespace
