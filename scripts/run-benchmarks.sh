@@ -53,7 +53,10 @@ for size in 1920 2880; do
         -pix_fmt gbrp -f rawvideo "$DATA/frame_${size}.gbrp"
 done
 
-REPEAT=(--benchmark_repetitions="$REPETITIONS" --benchmark_report_aggregates_only=true --benchmark_min_time=0.2)
+# Repetitions interleaved at random, so that a burst of load on the shared machine spreads over the
+# benchmarks compared instead of falling on one of them.
+REPEAT=(--benchmark_repetitions="$REPETITIONS" --benchmark_report_aggregates_only=true --benchmark_min_time=0.2
+    --benchmark_enable_random_interleaving=true)
 
 echo "run-benchmarks: library overhead"
 LD_LIBRARY_PATH="$BUILD_DIR/fakes/engine/full:$BUILD_DIR/fakes/algo/full" \
