@@ -127,7 +127,7 @@ def main():
               if f"BM_Views/planes_{t}/real_time" in b and f"BM_Views/rgb_{t}/real_time" in b]
     if ratios:
         w(f"- From the planes against the whole-picture conversion: {min(ratios):.2f} to {max(ratios):.2f} times its "
-          "CPU, no gain on this view set. The planes path remaps luma and, at half the view's resolution, "
+          "CPU (this shared machine's noise spreads it), no gain on this view set. The planes path remaps luma and, at half the view's resolution, "
           "chroma, and converts only the output pixels; swscale's conversion of the whole picture is fast, and "
           "this view set has more pixels (4.8 M) than the picture it comes from, so the conversion saved is small "
           "next to the extra chroma reads. What it does save is memory: no RGB copy of each picture (11 MB for "
@@ -136,7 +136,7 @@ def main():
     if speedups:
         low = min(speedups)
         w(f"- At least 5 times the ffmpeg `split` + `v360` chain, wall and CPU: {'met' if low[0] >= 5 else '**missed**'}, "
-          f"{low[0]:.1f} times at the least ({low[1]}x{low[1]}): about even with v360 on the same views.")
+          f"{low[0]:.1f} times at the least ({low[1]}x{low[1]}).")
     w("- Not measured here (left for a later change): several cameras at once, and a compact remap table.")
     w("")
     w(END)
