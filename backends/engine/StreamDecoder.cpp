@@ -39,6 +39,28 @@ int ClassifyNal(std::uint8_t _cFirst, std::uint8_t _cSecond) {
     return KW_CODEC_UNKNOWN;
 }
 
+// Codec whose stream _pcData starts: a JPEG start of image, or a start code followed by the
+// first parameter set of an H.264 (SPS) or H.265 (VPS) stream; KW_CODEC_UNKNOWN otherwise.
+int StreamStart(const std::uint8_t* _pcData, size_t _uSize) {
+    if (_uSize >= 3 && _pcData[0] == 0xFF && _pcData[1] == 0xD8 && _pcData[2] == 0xFF)
+        return KW_CODEC_MJPEG;
+    size_t uHeader = 0;
+    if (_uSize >= 5 && _pcData[0] == 0 && _pcData[1] == 0 && _pcData[2] == 1)
+        uHeader = 3;
+    else if (_uSize >= 6 && _pcData[0] == 0 && _pcData[1] == 0 && _pcData[2] == 0 && _pcData[3] == 1)
+        uHeader = 4;
+    else
+        return KW_CODEC_UNKNOWN;
+    const std::uint8_t cFirst = _pcData[uHeader];
+    const std::uint8_t cSecond = _pcData[uHeader + 1];
+    const int iCodec = ClassifyNal(cFirst, cSecond);
+    if (iCodec == KW_CODEC_H265 && ((cFirst >> 1) & 0x3F) == 32)
+        return KW_CODEC_H265;
+    if (iCodec == KW_CODEC_H264 && (cFirst & 0x1F) == 7)
+        return KW_CODEC_H264;
+    return KW_CODEC_UNKNOWN;
+}
+
 } // namespace
 
 int DetectCodec(const std::uint8_t* _pcData, size_t _uSize, size_t* _puOffset, bool* _pblNeedMore) {
@@ -68,12 +90,31 @@ int DetectCodec(const std::uint8_t* _pcData, size_t _uSize, size_t* _puOffset, b
 }
 
 CLS_StreamDecoder::~CLS_StreamDecoder() {
+    Close();
     sws_freeContext(m_pSws);
+}
+
+void CLS_StreamDecoder::Close() {
     av_frame_free(&m_pFrame);
     av_packet_free(&m_pPacket);
     avcodec_free_context(&m_pContext);
     if (m_pParser)
         av_parser_close(m_pParser);
+    m_pParser = nullptr;
+}
+
+void CLS_StreamDecoder::Flush(const PF_OnFrame& _pfOnFrame) {
+    if (!m_pParser || !m_pContext || !m_pPacket || !m_pFrame)
+        return;
+    // The parser holds the last unit until it sees the next one: empty input hands it out.
+    std::uint8_t* pcOut = nullptr;
+    int iOutSize = 0;
+    av_parser_parse2(m_pParser, m_pContext, &pcOut, &iOutSize, nullptr, 0, AV_NOPTS_VALUE, AV_NOPTS_VALUE, 0);
+    if (iOutSize > 0 && !Decode(pcOut, iOutSize, _pfOnFrame))
+        return;
+    // End of stream for the decoder: the pictures it keeps for reordering come out.
+    if (avcodec_send_packet(m_pContext, nullptr) == 0)
+        Drain(_pfOnFrame);
 }
 
 bool CLS_StreamDecoder::Open(int _iCodec) {
@@ -96,10 +137,22 @@ bool CLS_StreamDecoder::Open(int _iCodec) {
 }
 
 void CLS_StreamDecoder::Feed(const std::uint8_t* _pcData, size_t _uSize, const PF_OnFrame& _pfOnFrame) {
-    if (m_blFailed || _uSize == 0)
+    if (_uSize == 0)
         return;
     if (m_iCodec != KW_CODEC_UNKNOWN) {
-        Parse(_pcData, _uSize, _pfOnFrame);
+        // Another codec is taken up only where its stream starts at the beginning of the bytes
+        // handed in (a camera that came back with another codec), so that stray bytes in the
+        // middle of a stream never switch it.
+        const int iStart = StreamStart(_pcData, _uSize);
+        if (iStart != KW_CODEC_UNKNOWN && iStart != m_iCodec) {
+            if (!m_blFailed)
+                Flush(_pfOnFrame);
+            Close();
+            m_iCodec = iStart;
+            m_blFailed = !Open(iStart);
+        }
+        if (!m_blFailed)
+            Parse(_pcData, _uSize, _pfOnFrame);
         return;
     }
     m_vecPending.insert(m_vecPending.end(), _pcData, _pcData + _uSize);

@@ -45,12 +45,18 @@ public:
     CLS_StreamDecoder& operator=(const CLS_StreamDecoder&) = delete;
     ~CLS_StreamDecoder();
 
-    // Decodes the next bytes of the stream. Corrupt data is dropped; never throws.
+    // Decodes the next bytes of the stream. Corrupt data is dropped; never throws. Bytes that
+    // begin with the start of a stream of another codec (a parameter set, a JPEG start of image)
+    // switch to that codec once the pictures of the current one are out.
     void Feed(const std::uint8_t* _pcData, size_t _uSize, const PF_OnFrame& _pfOnFrame);
     int Codec() const { return m_iCodec; }
 
 private:
     bool Open(int _iCodec);
+    // Releases the decoder and parser of the current codec.
+    void Close();
+    // Gives out the pictures the parser and decoder still hold.
+    void Flush(const PF_OnFrame& _pfOnFrame);
     bool Parse(const std::uint8_t* _pcInput, size_t _uSize, const PF_OnFrame& _pfOnFrame);
     bool Decode(const std::uint8_t* _pcData, int _iSize, const PF_OnFrame& _pfOnFrame);
     bool Drain(const PF_OnFrame& _pfOnFrame);
@@ -58,7 +64,7 @@ private:
     bool TakePlanes(Frame* _ptPicture);
 
     int m_iCodec = 0;
-    bool m_blFailed = false;                // the decoder could not be opened: everything is dropped
+    bool m_blFailed = false; // the decoder could not be opened: dropped until another codec starts
     std::vector<std::uint8_t> m_vecPending; // bytes seen before the codec was known
     std::vector<std::uint8_t> m_vecPadded;  // the bytes in hand, followed by zeroed padding
     AVCodecParserContext* m_pParser = nullptr;

@@ -266,15 +266,62 @@ TEST_F(EngineStreams, NoiseAloneDecodesNothing) {
     EXPECT_EQ(VideoParam(iId).m_iCodec, KW_CODEC_MJPEG);
 }
 
-TEST_F(EngineStreams, AStreamOfTheWrongKindAfterDetectionIsDropped) {
+// A camera that comes back with another codec: each stream is taken up by the same player where
+// it starts, its pictures decoded and its codec and size reported, and the last pictures of the
+// stream before it still given out.
+TEST_F(EngineStreams, ACodecChangeIsTakenUpWhereTheNewStreamStarts) {
     const int iId = NewPlayer();
-    Feed(iId, Stream("mjpeg"));
+    std::vector<std::uint8_t> vecHevc = MakeStream("libx265", 192, 144, FRAMES, Disc{96, 72, 60});
+    ASSERT_FALSE(vecHevc.empty());
+    const struct {
+        std::vector<std::uint8_t>* m_pvecStream;
+        int m_iCodec;
+        int m_iWidth;
+        int m_iHeight;
+    } atSteps[] = {{&Stream("mjpeg"), KW_CODEC_MJPEG, TEST_WIDTH, TEST_HEIGHT},
+                   {&Stream("libx264"), KW_CODEC_H264, TEST_WIDTH, TEST_HEIGHT},
+                   {&vecHevc, KW_CODEC_H265, 192, 144},
+                   {&Stream("mjpeg"), KW_CODEC_MJPEG, TEST_WIDTH, TEST_HEIGHT}};
+    std::int64_t llExpected = 0;
+    for (const auto& tStep : atSteps) {
+        // The player holds back at most one picture until the next bytes come.
+        llExpected += FRAMES;
+        Feed(iId, *tStep.m_pvecStream, 999);
+        ASSERT_GE(WaitFrames(iId, llExpected - 1), llExpected - 1) << tStep.m_iCodec;
+        const KW_VideoParam tParam = VideoParam(iId);
+        EXPECT_EQ(tParam.m_iCodec, tStep.m_iCodec);
+        EXPECT_EQ(tParam.m_iWidth, tStep.m_iWidth);
+        EXPECT_EQ(tParam.m_iHeight, tStep.m_iHeight);
+    }
+    // Every picture of the streams before the last was given out at the change.
+    EXPECT_GE(WaitIdle(iId), 4 * FRAMES - 1);
+}
+
+// Noise, and another codec's stream that does not begin the bytes handed in, never switch: only
+// the current codec's pictures are decoded.
+TEST_F(EngineStreams, BytesOfAnotherCodecSwitchOnlyWhereTheyBeginACall) {
+    const int iId = NewPlayer();
+    Feed(iId, Stream("libx264"));
     ASSERT_GE(WaitFrames(iId, FRAMES - 1), FRAMES - 1);
-    const std::int64_t llBefore = VideoParam(iId).m_llFrames;
-    Feed(iId, Stream("libx264"), 999);
-    Feed(iId, Stream("mjpeg"));
-    EXPECT_GE(WaitFrames(iId, llBefore + FRAMES - 1), llBefore + FRAMES - 1);
-    EXPECT_EQ(VideoParam(iId).m_iCodec, KW_CODEC_MJPEG);
+    std::vector<std::uint8_t> vecNoise(50000);
+    std::mt19937 tRandom(7);
+    for (std::uint8_t& c : vecNoise)
+        c = static_cast<std::uint8_t>(tRandom() | 0x01); // never a zero: no start code
+    Feed(iId, vecNoise, 4096);
+    for (const char* pcEncoder : {"mjpeg", "libx265"}) {
+        // The other stream whole, after a few bytes of the current one.
+        std::vector<std::uint8_t> vecLate(Stream("libx264").end() - 16, Stream("libx264").end());
+        vecLate.insert(vecLate.end(), Stream(pcEncoder).begin(), Stream(pcEncoder).end());
+        Feed(iId, vecLate);
+        // The other stream in pieces, without its start.
+        std::vector<std::uint8_t> vecRest(Stream(pcEncoder).begin() + 999, Stream(pcEncoder).end());
+        Feed(iId, vecRest, 999);
+    }
+    Feed(iId, Stream("libx264"));
+    const std::int64_t llDone = WaitIdle(iId);
+    EXPECT_GE(llDone, 2 * FRAMES - 2);
+    EXPECT_LE(llDone, 2 * FRAMES) << "pictures of another codec were decoded";
+    EXPECT_EQ(VideoParam(iId).m_iCodec, KW_CODEC_H264);
 }
 
 // ---- lifecycle ----
