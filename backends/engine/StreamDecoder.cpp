@@ -39,25 +39,42 @@ int ClassifyNal(std::uint8_t _cFirst, std::uint8_t _cSecond) {
     return KW_CODEC_UNKNOWN;
 }
 
+// Longest access unit delimiter, start code included: H.265's two-byte header and one byte.
+constexpr size_t MAX_DELIMITER = 4 + 3;
+
 // Codec whose stream _pcData starts: a JPEG start of image, or a start code followed by the
-// first parameter set of an H.264 (SPS) or H.265 (VPS) stream; KW_CODEC_UNKNOWN otherwise.
+// first parameter set of an H.264 (SPS) or H.265 (VPS) stream, possibly after an access unit
+// delimiter (as MPEG-TS packets begin); KW_CODEC_UNKNOWN otherwise.
 int StreamStart(const std::uint8_t* _pcData, size_t _uSize) {
     if (_uSize >= 3 && _pcData[0] == 0xFF && _pcData[1] == 0xD8 && _pcData[2] == 0xFF)
         return KW_CODEC_MJPEG;
-    size_t uHeader = 0;
-    if (_uSize >= 5 && _pcData[0] == 0 && _pcData[1] == 0 && _pcData[2] == 1)
-        uHeader = 3;
-    else if (_uSize >= 6 && _pcData[0] == 0 && _pcData[1] == 0 && _pcData[2] == 0 && _pcData[3] == 1)
-        uHeader = 4;
-    else
-        return KW_CODEC_UNKNOWN;
-    const std::uint8_t cFirst = _pcData[uHeader];
-    const std::uint8_t cSecond = _pcData[uHeader + 1];
-    const int iCodec = ClassifyNal(cFirst, cSecond);
-    if (iCodec == KW_CODEC_H265 && ((cFirst >> 1) & 0x3F) == 32)
-        return KW_CODEC_H265;
-    if (iCodec == KW_CODEC_H264 && (cFirst & 0x1F) == 7)
-        return KW_CODEC_H264;
+    size_t uAt = 0;
+    for (int iUnit = 0; iUnit < 2; ++iUnit) {
+        // uAt is at a start code: three bytes, or four with a leading zero.
+        const size_t uHeader = uAt + (_uSize > uAt + 3 && _pcData[uAt + 2] == 0 ? 4 : 3);
+        if (uHeader + 2 > _uSize || _pcData[uAt] != 0 || _pcData[uAt + 1] != 0 || _pcData[uHeader - 1] != 1)
+            return KW_CODEC_UNKNOWN;
+        const std::uint8_t cFirst = _pcData[uHeader];
+        const int iCodec = ClassifyNal(cFirst, _pcData[uHeader + 1]);
+        const bool blH265 = iCodec == KW_CODEC_H265;
+        const bool blH264 = iCodec == KW_CODEC_H264;
+        if (blH265 && ((cFirst >> 1) & 0x3F) == 32)
+            return KW_CODEC_H265;
+        if (blH264 && (cFirst & 0x1F) == 7)
+            return KW_CODEC_H264;
+        const bool blDelimiter = (blH265 && ((cFirst >> 1) & 0x3F) == 35) || (blH264 && (cFirst & 0x1F) == 9);
+        if (!blDelimiter || iUnit > 0)
+            return KW_CODEC_UNKNOWN;
+        // The next start code, right after the delimiter's few bytes.
+        size_t uNext = uHeader + 1;
+        while (uNext + 3 <= _uSize && uNext <= MAX_DELIMITER &&
+               !(_pcData[uNext] == 0 && _pcData[uNext + 1] == 0 &&
+                 (_pcData[uNext + 2] == 1 || (uNext + 3 < _uSize && _pcData[uNext + 2] == 0))))
+            ++uNext;
+        if (uNext + 3 > _uSize || uNext > MAX_DELIMITER)
+            return KW_CODEC_UNKNOWN;
+        uAt = uNext;
+    }
     return KW_CODEC_UNKNOWN;
 }
 

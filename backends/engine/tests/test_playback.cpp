@@ -273,6 +273,9 @@ TEST_F(EngineStreams, ACodecChangeIsTakenUpWhereTheNewStreamStarts) {
     const int iId = NewPlayer();
     std::vector<std::uint8_t> vecHevc = MakeStream("libx265", 192, 144, FRAMES, Disc{96, 72, 60});
     ASSERT_FALSE(vecHevc.empty());
+    // Begun with an access unit delimiter, as packets of MPEG-TS are.
+    const std::uint8_t acDelimiter[] = {0, 0, 0, 1, 0x46, 0x01, 0x50};
+    vecHevc.insert(vecHevc.begin(), std::begin(acDelimiter), std::end(acDelimiter));
     const struct {
         std::vector<std::uint8_t>* m_pvecStream;
         int m_iCodec;
