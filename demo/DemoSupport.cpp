@@ -25,6 +25,19 @@ long long EngineExt::DecodedPictures(int _iPlayId) const {
     return tVideo.m_llFrames;
 }
 
+const char* CodecName(int _iCodec) {
+    switch (_iCodec) {
+    case 1:
+        return "H.264";
+    case 2:
+        return "H.265";
+    case 3:
+        return "MJPEG";
+    default:
+        return "unknown";
+    }
+}
+
 QByteArray NoiseBytes(int _iSize, quint32 _uSeed) {
     QByteArray qbaNoise(std::max(0, _iSize), '\0');
     for (char& c : qbaNoise) {

@@ -23,9 +23,12 @@ struct VideoParam {
     int m_iSize = 24;
     int m_iWidth = 0;
     int m_iHeight = 0;
-    int m_iCodec = 0;
+    int m_iCodec = 0; // 0 not yet known, then 1 H.264, 2 H.265, 3 MJPEG
     long long m_llFrames = 0;
 };
+
+// The name of VideoParam's m_iCodec: "H.264", "H.265", "MJPEG" or "unknown".
+const char* CodecName(int _iCodec);
 
 // _iSize pseudo-random bytes (a linear congruential sequence from _uSeed): input that is no
 // video format, for the tests of bad input.

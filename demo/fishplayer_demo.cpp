@@ -323,6 +323,7 @@ private:
     std::atomic<bool> m_blProbeStop{false};
     std::atomic<long long> m_llShown{0};
     int m_iShownWidth = 0; // size of the pictures shown, to tell a change
+    int m_iShownCodec = 0; // codec of the pictures shown, to tell a change
     int m_iShownHeight = 0;
     void* m_hMain = nullptr;
     int m_iMainWidth = 0;
@@ -492,6 +493,12 @@ bool Demo::Play(int _iStep, long long _llPictures) {
                             tVideo.m_iWidth, tVideo.m_iHeight);
             m_iShownWidth = tVideo.m_iWidth;
             m_iShownHeight = tVideo.m_iHeight;
+        }
+        if (tVideo.m_iCodec != 0 && tVideo.m_iCodec != m_iShownCodec) {
+            if (m_iShownCodec != 0)
+                std::printf("\ncodec changed from %s to %s\n", CodecName(m_iShownCodec),
+                            CodecName(tVideo.m_iCodec));
+            m_iShownCodec = tVideo.m_iCodec;
         }
         if (tNow - tLastReport > std::chrono::milliseconds(500)) {
             tLastReport = tNow;

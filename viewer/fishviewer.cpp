@@ -408,7 +408,7 @@ private:
         statusBar()->showMessage(
             QStringLiteral("%1 | %2 %3 x %4 | latency %5 ms (95%: %6 ms) | %7 reconnection(s) | %8")
                 .arg(m_tOptions.m_qstrVideo)
-                .arg(QString::fromStdString(m_tInfo.m_strCodec))
+                .arg(QString::fromStdString(m_pSource->Info().m_strCodec)) // a reconnection may change it
                 .arg(blVideo ? tVideo.m_iWidth : m_tInfo.m_iWidth)
                 .arg(blVideo ? tVideo.m_iHeight : m_tInfo.m_iHeight)
                 .arg(tLatency.m_dMedianMs, 0, 'f', 0)

@@ -231,11 +231,13 @@ private:
     std::string m_strSeen;
 };
 
-// The RTSP server of source/tests, on _iPort (0: a free one). Its URL, or "" when it did not start.
-std::string StartRtsp(std::unique_ptr<Child>& _pServer, const QString& _qstrFile, int _iPort) {
+// The RTSP server of source/tests, on _iPort (0: a free one), serving _qstrCodec video. Its URL, or "" when
+// it did not start.
+std::string StartRtsp(std::unique_ptr<Child>& _pServer, const QString& _qstrFile, int _iPort,
+                      const QString& _qstrCodec = QStringLiteral("h264")) {
     _pServer.reset(new Child(QStringLiteral(FISHPLAYER_SYSTEM_PYTHON),
                              {QStringLiteral(FISHPLAYER_RTSP_SERVER), _qstrFile, QStringLiteral("--port"),
-                              QString::number(_iPort)}));
+                              QString::number(_iPort), QStringLiteral("--codec"), _qstrCodec}));
     const std::string strLine = _pServer->WaitForLine("ready ", 20000);
     return strLine.empty() ? std::string() : strLine.substr(6);
 }
@@ -412,6 +414,41 @@ TEST_F(DemoInputs, PicturesResumeAfterTheRtspServerRestarts) {
     ASSERT_TRUE(tDemo.Process().waitForFinished(PROCESS_LIMIT_MS));
     EXPECT_EQ(tDemo.Process().exitCode(), 0) << tDemo.Seen();
     ExpectPtzPictures(s_pDir->filePath(QStringLiteral("restart")));
+}
+
+// A camera that comes back from a reconnection with another codec (and picture size): the same
+// player takes it up, the demo says so, and the PTZ views show the new stream's pictures.
+TEST_F(DemoInputs, TakesUpACodecChangeAfterTheRtspServerRestarts) {
+    if (FISHPLAYER_RTSP_MISSING[0] != '\0')
+        GTEST_SKIP() << FISHPLAYER_RTSP_MISSING;
+    std::string strError;
+    QStringList qlistHevc = FisheyeClip(320, 240, 15);
+    qlistHevc[qlistHevc.indexOf(QStringLiteral("libx264"))] = QStringLiteral("libx265");
+    qlistHevc[qlistHevc.indexOf(QStringLiteral("veryfast"))] = QStringLiteral("ultrafast");
+    ASSERT_TRUE(Ffmpeg(qlistHevc << QStringLiteral("-x265-params") << QStringLiteral("log-level=error")
+                                 << Path("live265.mp4"),
+                       &strError))
+        << strError;
+    std::unique_ptr<Child> pServer;
+    const std::string strUrl = StartRtsp(pServer, Path("live.mp4"), 0);
+    ASSERT_FALSE(strUrl.empty()) << "the RTSP server did not start: " << pServer->Seen();
+    const int iPort = std::stoi(strUrl.substr(strUrl.rfind(':') + 1));
+    const QString qstrOut = s_pDir->filePath(QStringLiteral("codec"));
+    Child tDemo(QStringLiteral(FISHPLAYER_DEMO_PATH),
+                {QString::fromStdString(strUrl), QStringLiteral("--out"), qstrOut, QStringLiteral("--scale"),
+                 QStringLiteral("0.3"), QStringLiteral("--step-seconds"), QStringLiteral("2.5")});
+    ASSERT_FALSE(tDemo.WaitForLine("[1/5] start", 20000).empty()) << tDemo.Seen();
+    pServer->Kill();
+    ASSERT_FALSE(tDemo.WaitForLine("reconnecting to " + strUrl, 10000).empty()) << tDemo.Seen();
+    ASSERT_FALSE(StartRtsp(pServer, Path("live265.mp4"), iPort, QStringLiteral("h265")).empty())
+        << pServer->Seen();
+    ASSERT_FALSE(tDemo.WaitForLine("codec changed from H.264 to H.265", 15000).empty()) << tDemo.Seen();
+    // Printed just before, from the same look at the player: its pictures are the new stream's.
+    EXPECT_NE(tDemo.Seen().find("picture size changed from 288 x 224 to 320 x 240\n"), std::string::npos)
+        << tDemo.Seen();
+    ASSERT_TRUE(tDemo.Process().waitForFinished(PROCESS_LIMIT_MS));
+    EXPECT_EQ(tDemo.Process().exitCode(), 0) << tDemo.Seen();
+    ExpectPtzPictures(qstrOut);
 }
 
 // Forwards UDP datagrams from 127.0.0.1:InPort() to 127.0.0.1:_iTo, dropping every _iDropEvery-th

@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
-"""A real RTSP server on 127.0.0.1 for the source's tests: serves an MP4 file's H.264 video at
-rtsp://127.0.0.1:PORT/cam (TCP and UDP transports) with GStreamer's RTSP server, until killed.
+"""A real RTSP server on 127.0.0.1 for the source's tests: serves an MP4 file's H.264 (or H.265)
+video at rtsp://127.0.0.1:PORT/cam (TCP and UDP transports) with GStreamer's RTSP server, until
+killed.
 
-    rtsp_server.py FILE [--port N]
+    rtsp_server.py FILE [--port N] [--codec h264|h265]
 
 Port 0 (the default) takes a free port. Prints "ready rtsp://127.0.0.1:PORT/cam" once it listens.
 """
@@ -18,9 +19,10 @@ from gi.repository import GLib, Gst, GstRtspServer  # noqa: E402
 
 
 def main():
-    parser = argparse.ArgumentParser(description="Serve an MP4 file's H.264 video over RTSP on 127.0.0.1.")
-    parser.add_argument("file", help="MP4 file with H.264 video")
+    parser = argparse.ArgumentParser(description="Serve an MP4 file's video over RTSP on 127.0.0.1.")
+    parser.add_argument("file", help="MP4 file with H.264 or H.265 video")
     parser.add_argument("--port", type=int, default=0, help="port on 127.0.0.1 (0: a free one)")
+    parser.add_argument("--codec", choices=["h264", "h265"], default="h264", help="the file's video codec")
     args = parser.parse_args()
     if not 0 <= args.port <= 65535:
         sys.exit("rtsp_server.py: --port must be 0 to 65535")
@@ -31,7 +33,10 @@ def main():
     server.set_service(str(args.port))
     factory = GstRtspServer.RTSPMediaFactory()
     location = args.file.replace("\\", "\\\\").replace('"', '\\"')
-    factory.set_launch(f'( filesrc location="{location}" ! qtdemux ! h264parse ! rtph264pay name=pay0 pt=96 )')
+    codec = args.codec
+    factory.set_launch(
+        f'( filesrc location="{location}" ! qtdemux ! {codec}parse ! rtp{codec}pay name=pay0 pt=96 )'
+    )
     # Each client gets its own pipeline from the start of the file, as a camera starts each
     # session with a key picture.
     factory.set_shared(False)
