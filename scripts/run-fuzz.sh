@@ -12,7 +12,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 SECONDS_PER_TARGET=${1:-60}
 shift || true
-TARGETS=${*:-fuzz_stream_creation fuzz_user_data fuzz_facade_calls fuzz_source_input}
+TARGETS=${*:-fuzz_stream_creation fuzz_user_data fuzz_facade_calls fuzz_source_input fuzz_engine_stream}
 BUILD_DIR=${BUILD_DIR:-build-fuzz}
 
 # clang 14 and its fuzzer runtime, from Debian's packages when missing.
