@@ -15,6 +15,7 @@
 // keys and +/- send PTZ commands to it; drag an outline on the fisheye view; drag a panorama to
 // turn it. --self-test plays for a while, drags and zooms PTZ view 0 with mouse events, writes
 // screenshots before and after into DIR and quits.
+#include "CommandLine.h"
 #include "DemoSupport.h"
 
 #include <CLS_FishPlayer.h>
@@ -86,18 +87,28 @@ QPointF OutlineCentre(const Outlines& _overlay, int _iPtz) {
     return iCount ? QPointF(dX / iCount, dY / iCount) : QPointF(-1, -1);
 }
 
+// Qt's log, the library's lines included (the library writes one each overlay pass while no PTZ
+// view exists): on standard error with --verbose; otherwise only what ends the program.
+bool g_blVerbose = false;
+
+void OnQtMessage(QtMsgType _eType, const QMessageLogContext&, const QString& _qstrMessage) {
+    if (g_blVerbose || _eType == QtFatalMsg)
+        std::fprintf(stderr, "%s\n", qPrintable(_qstrMessage));
+}
+
 const QColor PTZ_COLORS[] = {QColor(255, 64, 64), QColor(64, 220, 64), QColor(80, 140, 255),
                              QColor(255, 210, 40)};
 
 struct Options {
     QString m_qstrVideo = QStringLiteral("build/samples/fisheye_1920.h264");
-    int m_iMount = 1;
+    int m_iMount = cmdline::MOUNT_CEILING;
     QStringList m_qlistViews = {QStringLiteral("source"), QStringLiteral("fisheye"), QStringLiteral("360"),
                                 QStringLiteral("180"),    QStringLiteral("lat"),     QStringLiteral("ptz4")};
     int m_iWidth = 0; // --size: the stream header's size instead of the stream's own
     int m_iHeight = 0;
     fishsource::RtspTransport m_eTransport = fishsource::RtspTransport::Tcp;
     QString m_qstrSelfTest;
+    bool m_blVerbose = false; // Qt's log (the library's lines included) on standard error
 };
 
 // The engine's result when its packet queue is full.
@@ -566,35 +577,105 @@ void ViewWidget::keyPressEvent(QKeyEvent* _pEvent) {
             m_pViewer->Fish()->FishPlayer_PTZCtl(m_pViewer->Id(), m_iPtzIndex, {300, 300, 500}, tKey.m_eCmd);
 }
 
-bool ParseOptions(const QStringList& _qlistArgs, Options& _tOptions) {
-    for (int i = 1; i < _qlistArgs.size(); ++i) {
+constexpr int MAX_PTZ_VIEWS = 4;
+
+// The views --views may name, in the order the grid shows them.
+const QStringList& ViewNames() {
+    static const QStringList s_qlist = {QStringLiteral("source"), QStringLiteral("fisheye"),
+                                        QStringLiteral("360"), QStringLiteral("180"), QStringLiteral("lat")};
+    return s_qlist;
+}
+
+QString ViewChoices() {
+    return QStringLiteral("a comma-separated list of %1 and ptzN (N 1 to %2), each once")
+        .arg(ViewNames().join(QStringLiteral(", ")))
+        .arg(MAX_PTZ_VIEWS);
+}
+
+void Usage() {
+    std::printf(
+        "usage: fishviewer [INPUT] [--mount N] [--views LIST] [--size WxH] [--transport tcp|udp]\n"
+        "                  [--verbose] [--self-test DIR] [--help]\n"
+        "  INPUT          fisheye video file or URL: rtsp://, rtsps://, http(s)://, udp://, rtp://,\n"
+        "                 MP4, MKV, MOV, TS or raw H.264/H.265/MJPEG (default\n"
+        "                 build/samples/fisheye_1920.h264); files play in a loop\n"
+        "  --mount N      mounting mode: %s (default 2)\n"
+        "  --views LIST   %s\n"
+        "                 (default source,fisheye,360,180,lat,ptz4)\n"
+        "  --size WxH     picture size for the stream header, each side 16 to 16384\n"
+        "                 (default: the stream's own)\n"
+        "  --transport T  RTSP transport: tcp or udp (default tcp)\n"
+        "  --verbose      show the library's and Qt's log lines on standard error\n"
+        "  --self-test DIR  play a while, drag and zoom PTZ view 0, write screenshots into DIR, quit\n"
+        "  --help, -h     this text\n",
+        qPrintable(cmdline::MountChoices()), qPrintable(ViewChoices()));
+}
+
+bool ParseViews(cmdline::Parser& _tParser, const QString& _qstrValue, QStringList& _qlistViews) {
+    const QStringList qlistViews = _qstrValue.split(QLatin1Char(','));
+    bool blPtz = false;
+    for (int i = 0; i < qlistViews.size(); ++i) {
+        const QString& qstrView = qlistViews[i];
+        const bool blIsPtz = qstrView.startsWith(QLatin1String("ptz"));
+        bool blOk = ViewNames().contains(qstrView);
+        if (blIsPtz) {
+            const int iCount = qstrView.mid(3).toInt(&blOk);
+            blOk = blOk && iCount >= 1 && iCount <= MAX_PTZ_VIEWS && !blPtz;
+            blPtz = true;
+        }
+        if (!blOk || qlistViews.indexOf(qstrView) != i)
+            return _tParser.Refuse(
+                QStringLiteral("--views '%1' refused at '%2': %3").arg(_qstrValue, qstrView, ViewChoices()));
+    }
+    _qlistViews = qlistViews;
+    return true;
+}
+
+cmdline::ParseResult ParseOptions(const QStringList& _qlistArgs, Options& _tOptions) {
+    cmdline::Parser tParser(QStringLiteral("fishviewer"));
+    const QMap<QString, QString> qmapValued = {{QStringLiteral("--mount"), cmdline::MountChoices()},
+                                               {QStringLiteral("--views"), ViewChoices()},
+                                               {QStringLiteral("--self-test"), QStringLiteral("a folder")},
+                                               {QStringLiteral("--transport"), QStringLiteral("tcp or udp")},
+                                               {QStringLiteral("--size"), QStringLiteral("WIDTHxHEIGHT")}};
+    bool blInput = false;
+    for (int i = 0; i < _qlistArgs.size(); ++i) {
         const QString& qstrArg = _qlistArgs[i];
-        const bool blValue = i + 1 < _qlistArgs.size();
-        if (qstrArg == QLatin1String("--mount") && blValue)
-            _tOptions.m_iMount = std::clamp(_qlistArgs[++i].toInt(), 1, 3);
-        else if (qstrArg == QLatin1String("--views") && blValue)
-            _tOptions.m_qlistViews = _qlistArgs[++i].split(QLatin1Char(','), Qt::SkipEmptyParts);
-        else if (qstrArg == QLatin1String("--self-test") && blValue)
+        if (cmdline::IsHelp(qstrArg))
+            return cmdline::ParseResult::Help;
+        bool blOk = true;
+        if (qmapValued.contains(qstrArg) && i + 1 >= _qlistArgs.size())
+            blOk = tParser.MissingValue(qstrArg, qmapValued.value(qstrArg));
+        else if (qstrArg == QLatin1String("--mount"))
+            blOk = tParser.Mount(qstrArg, _qlistArgs[++i], _tOptions.m_iMount);
+        else if (qstrArg == QLatin1String("--views"))
+            blOk = ParseViews(tParser, _qlistArgs[++i], _tOptions.m_qlistViews);
+        else if (qstrArg == QLatin1String("--self-test"))
             _tOptions.m_qstrSelfTest = _qlistArgs[++i];
-        else if (qstrArg == QLatin1String("--transport") && blValue) {
+        else if (qstrArg == QLatin1String("--verbose"))
+            _tOptions.m_blVerbose = true;
+        else if (qstrArg == QLatin1String("--transport")) {
             const QString qstrTransport = _qlistArgs[++i];
-            if (qstrTransport != QLatin1String("tcp") && qstrTransport != QLatin1String("udp"))
-                return false;
+            blOk = tParser.Choice(qstrArg, qstrTransport, {QStringLiteral("tcp"), QStringLiteral("udp")});
             _tOptions.m_eTransport = qstrTransport == QLatin1String("udp") ? fishsource::RtspTransport::Udp
                                                                            : fishsource::RtspTransport::Tcp;
-        } else if (qstrArg == QLatin1String("--size") && blValue) {
-            const QStringList qlistSize = _qlistArgs[++i].split(QLatin1Char('x'));
-            _tOptions.m_iWidth = qlistSize.value(0).toInt();
-            _tOptions.m_iHeight = qlistSize.value(1).toInt();
-        } else if (!qstrArg.startsWith(QLatin1String("--")))
+        } else if (qstrArg == QLatin1String("--size"))
+            blOk = tParser.Size(qstrArg, _qlistArgs[++i], _tOptions.m_iWidth, _tOptions.m_iHeight);
+        else if (qstrArg.startsWith(QLatin1Char('-')) && qstrArg.size() > 1)
+            blOk = tParser.Unknown(qstrArg);
+        else if (blInput)
+            blOk = tParser.Refuse(QStringLiteral("a second input '%1': the viewer shows one").arg(qstrArg));
+        else {
             _tOptions.m_qstrVideo = qstrArg;
-        else
-            return false;
+            blInput = true;
+        }
+        if (!blOk) {
+            std::fprintf(stderr, "%s\n", qPrintable(tParser.Error()));
+            return cmdline::ParseResult::Refused;
+        }
     }
-    if (_tOptions.m_iWidth < 16 || _tOptions.m_iHeight < 16 || _tOptions.m_iWidth > 16384 ||
-        _tOptions.m_iHeight > 16384)
-        _tOptions.m_iWidth = _tOptions.m_iHeight = 0; // the stream's own
-    return true;
+    tParser.PrintNotes();
+    return cmdline::ParseResult::Run;
 }
 
 // The scripted session of --self-test: screenshots, a drag and a wheel turn in PTZ view 0.
@@ -659,15 +740,15 @@ void SelfTest(Viewer* _pViewer, const QString& _qstrDir) {
 } // namespace
 
 int main(int _iArgc, char** _ppcArgv) {
-    QApplication qapp(_iArgc, _ppcArgv);
+    // Parsed before the application exists: --help and a refusal need no display.
     Options tOptions;
-    if (!ParseOptions(QApplication::arguments(), tOptions)) {
-        std::fprintf(
-            stderr,
-            "usage: fishviewer [INPUT] [--mount N] [--views LIST] [--size WxH] [--transport tcp|udp]\n"
-            "                  [--self-test DIR]\n");
-        return 2;
-    }
+    const int iExit =
+        cmdline::ExitWithoutRunning(ParseOptions(cmdline::Arguments(_iArgc, _ppcArgv), tOptions), Usage);
+    if (iExit >= 0)
+        return iExit;
+    g_blVerbose = tOptions.m_blVerbose;
+    qInstallMessageHandler(OnQtMessage);
+    QApplication qapp(_iArgc, _ppcArgv);
     Viewer tViewer(tOptions);
     if (!tViewer.Start() && tViewer.Failure().isEmpty())
         return 1;

@@ -58,7 +58,8 @@ protected:
         qDemo.start(QStringLiteral(FISHPLAYER_DEMO_PATH),
                     {qstrClip, QStringLiteral("--size"), QStringLiteral("%1x%2").arg(WIDTH).arg(HEIGHT),
                      QStringLiteral("--out"), s_qstrOut, QStringLiteral("--sheet-width"),
-                     QStringLiteral("800"), QStringLiteral("--scale"), QStringLiteral("0.4")});
+                     QStringLiteral("800"), QStringLiteral("--scale"), QStringLiteral("0.4"),
+                     QStringLiteral("--mount"), QStringLiteral("1")});
         ASSERT_TRUE(qDemo.waitForFinished(120000));
         s_strOutput = qDemo.readAllStandardOutput().toStdString();
         s_iExitCode = qDemo.exitCode();
