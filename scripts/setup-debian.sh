@@ -1,5 +1,7 @@
 #!/usr/bin/env bash
 # Installs what fishplayer needs to build and test on Debian 12. Elevates itself when not root.
+# mate-backgrounds: the photograph of the demo's scene (scripts/make-sample.sh); xdotool: the
+# viewer's tests drive it with real X input.
 set -euo pipefail
 if [ "$(id -u)" -ne 0 ]; then
     exec sudo "$0" "$@"
@@ -12,5 +14,5 @@ apt-get install -y -qq --no-install-recommends \
     clang-14 clang-format libclang-rt-14-dev libfuzzer-14-dev \
     ffmpeg libavcodec-dev libavformat-dev libavutil-dev libswscale-dev libxcb1-dev xvfb \
     gir1.2-gst-rtsp-server-1.0 python3-gi gstreamer1.0-plugins-base gstreamer1.0-plugins-good \
-    gstreamer1.0-plugins-bad >/dev/null
+    gstreamer1.0-plugins-bad xdotool mate-backgrounds >/dev/null
 echo "setup: build and test tools installed"
