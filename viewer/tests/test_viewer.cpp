@@ -127,7 +127,8 @@ TEST(ViewerUnderXvfb, ShowsWhatItPlaysOnTheStatusBar) {
     ASSERT_EQ(qViewer.exitCode(), 0) << strOutput;
     // The picture size is the stream's own (4:3), the latency measured, the source playing.
     const QRegularExpression qre(
-        QStringLiteral("after: status %1 \\| h264 320 x 240 \\| latency [0-9]+ ms \\(95%: [0-9]+ ms\\) \\| 0 "
+        QStringLiteral("after: status %1 \\| h264 320 x 240 \\| [0-9.]+ decoded/s, [0-9.]+ shown/s, [0-9]+ "
+                       "dropped \\| latency [0-9]+ ms \\(95%: [0-9]+ ms\\) \\| 0 "
                        "reconnection\\(s\\) \\| playing\n")
             .arg(QRegularExpression::escape(qstrClip)));
     EXPECT_TRUE(qre.match(QString::fromStdString(strOutput)).hasMatch()) << strOutput;
