@@ -24,6 +24,7 @@
 #include <QAction>
 #include <QActionGroup>
 #include <QApplication>
+#include <QCursor>
 #include <QDateTime>
 #include <QDir>
 #include <QElapsedTimer>
@@ -133,6 +134,11 @@ constexpr int ZOOM_HIGHEST = 15000;
 // The step of the arrow keys and +/- (the library's units: a ten-thousandth of the fisheye for a
 // flat move, of a half turn about the centre for ceiling and floor; zoom value units).
 constexpr int PTZ_STEP = 300;
+// Putting a PTZ view at a place: rounds of drags, the outlines' wait, near enough (of the fisheye).
+constexpr int STEER_ROUNDS = 12;
+constexpr double STEER_SHARE = 0.9;
+constexpr int STEER_WAIT_MS = 150;
+constexpr double STEER_CLOSE = 0.002;
 
 class Viewer;
 
@@ -310,7 +316,10 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent* _pEvent) override {
-        auto* pView = dynamic_cast<ViewWidget*>(QApplication::focusWidget());
+        // The view under the mouse, or else the focused one.
+        auto* pView = dynamic_cast<ViewWidget*>(QApplication::widgetAt(QCursor::pos()));
+        if (!pView)
+            pView = dynamic_cast<ViewWidget*>(QApplication::focusWidget());
         const int iKey = _pEvent->key();
         const bool blCtrl = _pEvent->modifiers() & Qt::ControlModifier;
         if (iKey == Qt::Key_S)
@@ -484,22 +493,53 @@ public:
         return _iPtz < static_cast<int>(m_vecZoom.size()) ? m_vecZoom[_iPtz] : ZOOM_START;
     }
     // Moves PTZ view _iPtz so that its outline's centre goes to _qpt (0 to 1 of the fisheye) and
-    // its zoom value to _iZoom, with the library's calls: a drag of its outline, a zoom command.
+    // its zoom value to _iZoom, with the library's calls: a zoom command, then drags of its outline
+    // from where it is to there, a few rounds as the outlines come (a drag about the centre of a
+    // ceiling or floor picture turns the view rather than sliding it, so one drag comes near only).
     void MovePtzTo(int _iPtz, QPointF _qpt, int _iZoom) {
-        const QPointF qptNow = OutlineCentre(LatestOverlay(), _iPtz);
-        if (qptNow.x() >= 0) {
-            constexpr int SCALE = 10000; // a window of this size: the points to a ten-thousandth
-            m_pFish->FishPlayer_DrawWindowCtl(
-                m_iId, _iPtz,
-                {static_cast<int>(qptNow.x() * SCALE), static_cast<int>(qptNow.y() * SCALE),
-                 static_cast<int>(_qpt.x() * SCALE), static_cast<int>(_qpt.y() * SCALE)},
-                n_CtlCmd_Move, {SCALE, SCALE});
-        }
         const int iDelta = std::clamp(_iZoom, ZOOM_LOWEST, ZOOM_HIGHEST) - Zoom(_iPtz);
         if (iDelta != 0)
             m_pFish->FishPlayer_PTZCtl(m_iId, _iPtz, {0, 0, std::abs(iDelta)},
                                        iDelta > 0 ? n_PTZCtlCmd_ZoomInc : n_PTZCtlCmd_ZoomDec);
         SetZoomValue(_iPtz, Zoom(_iPtz) + iDelta);
+        if (_iPtz >= static_cast<int>(m_vecSteering.size()))
+            m_vecSteering.resize(_iPtz + 1, 0);
+        const int iGeneration = ++m_vecSteering[_iPtz];
+        // The outlines of the new zoom first: they move the outline's centre a little.
+        QTimer::singleShot(iDelta != 0 ? 3 * STEER_WAIT_MS : 0, this,
+                           [=] { SteerPtz(_iPtz, _qpt, STEER_ROUNDS, iGeneration); });
+    }
+    // The library builds a view's outline from its position before a drag's change is stored, so
+    // after a drag the outline shows the place before it: a zoom command of no step (a forced
+    // write of the same record) builds it again at the new place.
+    void RefreshOutline(int _iPtz) {
+        m_pFish->FishPlayer_PTZCtl(m_iId, _iPtz, {0, 0, 0}, n_PTZCtlCmd_ZoomDec);
+    }
+    // One round toward _qpt: the outline's centre measured, a drag of most of what is left sent.
+    // The library drags the view's own centre by the distance given, and the outline's centre
+    // follows it closely; the rounds take up the rest (the outline bends near the rim).
+    void SteerPtz(int _iPtz, QPointF _qpt, int _iRounds, int _iGeneration) {
+        if (_iPtz >= static_cast<int>(m_vecSteering.size()) || m_vecSteering[_iPtz] != _iGeneration)
+            return; // a newer move of this view took over
+        const QPointF qptNow = OutlineCentre(LatestOverlay(), _iPtz);
+        if (m_iId < 0 || qptNow.x() < 0)
+            return;
+        const QPointF qptDrag = (_qpt - qptNow) * STEER_SHARE;
+        if (_iRounds <= 0 || std::hypot(qptDrag.x(), qptDrag.y()) < STEER_CLOSE * STEER_SHARE)
+            return Say(QStringLiteral("PTZ %1 at %2 %3, zoom %4")
+                           .arg(_iPtz + 1)
+                           .arg(qptNow.x(), 0, 'f', 4)
+                           .arg(qptNow.y(), 0, 'f', 4)
+                           .arg(Zoom(_iPtz)));
+        constexpr int SCALE = 10000; // a window of this size: the points to a ten-thousandth
+        m_pFish->FishPlayer_DrawWindowCtl(m_iId, _iPtz,
+                                          {static_cast<int>(qptNow.x() * SCALE),
+                                           static_cast<int>(qptNow.y() * SCALE),
+                                           static_cast<int>((qptNow.x() + qptDrag.x()) * SCALE),
+                                           static_cast<int>((qptNow.y() + qptDrag.y()) * SCALE)},
+                                          n_CtlCmd_Move, {SCALE, SCALE});
+        RefreshOutline(_iPtz);
+        QTimer::singleShot(STEER_WAIT_MS, this, [=] { SteerPtz(_iPtz, _qpt, _iRounds - 1, _iGeneration); });
     }
     // Where each PTZ view is: its outline's centre and zoom value.
     struct PtzPlace {
@@ -808,6 +848,7 @@ private:
     EngineExt m_tEngine;
     std::vector<int> m_vecZoom;      // each PTZ view's zoom value, as the library keeps it
     std::vector<PtzPlace> m_vecHome; // where the PTZ views started
+    std::vector<int> m_vecSteering;  // each PTZ view's latest move (an older one stops)
     bool m_blFullWindow = false;
     QElapsedTimer m_qtimeRates; // the second the rates are counted over
     long long m_llDecodedAtSecond = 0;
@@ -904,10 +945,11 @@ void ViewWidget::mouseMoveEvent(QMouseEvent* _pEvent) {
         pFish->FishPlayer_PTZWindowCtl(iId, m_iPtzIndex,
                                        {qptNow.x() - m_qptLast.x(), qptNow.y() - m_qptLast.y(), 0},
                                        n_CtlCmd_Move, tRect);
-    else if (m_iType == CORRECT_TYPE_FISHEYE && m_iDraggedPtz >= 0)
+    else if (m_iType == CORRECT_TYPE_FISHEYE && m_iDraggedPtz >= 0) {
         pFish->FishPlayer_DrawWindowCtl(
             iId, m_iDraggedPtz, {m_qptLast.x(), m_qptLast.y(), qptNow.x(), qptNow.y()}, n_CtlCmd_Move, tRect);
-    else if (m_iType == CORRECT_TYPE_360 || m_iType == CORRECT_TYPE_180)
+        m_pViewer->RefreshOutline(m_iDraggedPtz);
+    } else if (m_iType == CORRECT_TYPE_360 || m_iType == CORRECT_TYPE_180)
         // The library turns the panorama by the distance given; the opposite of the mouse's
         // distance makes the picture follow the mouse, as in the PTZ views.
         pFish->FishPlayer_CorrectWindowCtl(iId, m_iType, {m_qptLast.x() - qptNow.x(), 0, 0}, n_CtlCmd_Move,
