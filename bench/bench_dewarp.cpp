@@ -11,7 +11,8 @@
 //
 // Counters: frames per second (items_per_second), output pixels per second (pixels_per_second).
 // BM_Portable runs the scenes with the portable remap kernel, BM_Ptz and the others with the fastest
-// one the processor runs.
+// one the processor runs. BM_OpenCv runs OpenCV's fixed-point cv::remap on the same maps, where the
+// benchmarks are built with OpenCV's imgproc (Debian's libopencv-imgproc-dev).
 //
 // BM_Copy is the memory-bandwidth reference of the same run: a plain copy of as many bytes as a
 // scene's remap moves, the source bytes it reads (every source pixel its tables sample, counted
@@ -21,6 +22,11 @@
 #include "Dewarp.h"
 
 #include <benchmark/benchmark.h>
+
+#ifdef FISHPLAYER_BENCH_OPENCV
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+#endif
 
 #include <algorithm>
 #include <cmath>
@@ -236,6 +242,54 @@ std::size_t SourceBytesRead(const std::vector<STRUCT_ViewParams>& _vecViews, int
     return uPixels * CHANNELS;
 }
 
+#ifdef FISHPLAYER_BENCH_OPENCV
+// OpenCV's fixed-point remap on the same maps: each table entry as a CV_16SC2 position and a
+// CV_16UC1 index of its fractions (OpenCV keeps 5 bits of each, the table 8), bilinear, black
+// outside (entries outside the picture point outside it), on as many threads as the renderer.
+void BM_OpenCv(benchmark::State& _state, n_Scene _eScene) {
+    const int iSize = static_cast<int>(_state.range(0));
+    const STRUCT_Picture& source = Source(iSize);
+    const cv::Mat tSource(iSize, iSize, CV_8UC3, const_cast<std::uint8_t*>(source.m_vecData.data()));
+    struct STRUCT_Maps {
+        cv::Mat m_tXy;
+        cv::Mat m_tFractions;
+        cv::Mat m_tOutput;
+    };
+    std::vector<STRUCT_Maps> vecMaps;
+    for (const STRUCT_ViewParams& tParams : SceneViews(_eScene)) {
+        CLS_RemapTable table;
+        if (!table.Update(tParams, iSize, iSize)) {
+            _state.SkipWithError("the view's table could not be built");
+            return;
+        }
+        STRUCT_Maps tMaps{cv::Mat(tParams.m_iHeight, tParams.m_iWidth, CV_16SC2),
+                          cv::Mat(tParams.m_iHeight, tParams.m_iWidth, CV_16UC1),
+                          cv::Mat(tParams.m_iHeight, tParams.m_iWidth, CV_8UC3)};
+        for (int y = 0; y < tParams.m_iHeight; ++y)
+            for (int x = 0; x < tParams.m_iWidth; ++x) {
+                const STRUCT_RemapEntry& tEntry = table.Entry(x, y);
+                const bool blInside = tEntry.m_uFlags & CLS_RemapTable::INSIDE;
+                tMaps.m_tXy.at<cv::Vec2s>(y, x) =
+                    blInside ? cv::Vec2s(static_cast<short>(tEntry.m_uX), static_cast<short>(tEntry.m_uY))
+                             : cv::Vec2s(-2, -2);
+                tMaps.m_tFractions.at<std::uint16_t>(y, x) = static_cast<std::uint16_t>(
+                    (tEntry.m_uFracY >> 3) * cv::INTER_TAB_SIZE + (tEntry.m_uFracX >> 3));
+            }
+        vecMaps.push_back(std::move(tMaps));
+    }
+    const int iThreads = Threads() > 0 ? Threads() : DefaultThreadCount();
+    cv::setNumThreads(iThreads);
+    for (auto _ : _state) {
+        for (STRUCT_Maps& tMaps : vecMaps)
+            cv::remap(tSource, tMaps.m_tOutput, tMaps.m_tXy, tMaps.m_tFractions, cv::INTER_LINEAR,
+                      cv::BORDER_CONSTANT, cv::Scalar());
+        benchmark::ClobberMemory();
+    }
+    _state.SetItemsProcessed(_state.iterations());
+    _state.counters["threads"] = iThreads;
+}
+#endif
+
 // The bandwidth reference: a plain copy of the bytes the scene's remap moves per frame, from and to
 // memory (see the file's comment).
 void BM_Copy(benchmark::State& _state, n_Scene _eScene) {
@@ -317,6 +371,23 @@ BENCHMARK_CAPTURE(BM_Copy, FourPtz, SCENE_FOUR_PTZ)
     ->Arg(2880)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
+#ifdef FISHPLAYER_BENCH_OPENCV
+BENCHMARK_CAPTURE(BM_OpenCv, Ptz, SCENE_PTZ)
+    ->Arg(1920)
+    ->Arg(2880)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_OpenCv, Panorama, SCENE_PANORAMA)
+    ->Arg(1920)
+    ->Arg(2880)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_OpenCv, FourPtz, SCENE_FOUR_PTZ)
+    ->Arg(1920)
+    ->Arg(2880)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+#endif
 BENCHMARK(BM_PtzViews)->Arg(1)->Arg(2)->Arg(4)->Arg(8)->Arg(16)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_PtzSize)
     ->Args({320, 180})

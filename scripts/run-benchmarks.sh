@@ -9,8 +9,12 @@
 #
 # Every comparison is a ratio measured in the same run: the library against the fake-engine calls it
 # makes, the renderer against v360 on the same frame and against a plain copy, from and to memory, of
-# the bytes it moves.
-# Needs libbenchmark-dev, python3 and the ffmpeg command (scripts/setup-debian.sh).
+# the bytes it moves, and a camera's views from the decoder's planes against the whole-picture RGB
+# conversion, with decoding alone beside them (bench_engine on the sample clip and on it scaled to
+# 3840x3840; scripts/bench-engine-section.py writes that section).
+# Needs libbenchmark-dev, python3 and the ffmpeg command (scripts/setup-debian.sh); the comparison
+# with OpenCV's remap needs libopencv-imgproc-dev (scripts/setup-debian.sh --benchmarks) and is left
+# out without it.
 set -euo pipefail
 
 cd "$(dirname "$0")/.."
@@ -34,8 +38,8 @@ done
 
 cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=Release -DFISHPLAYER_BUILD_BENCHMARKS=ON \
     -DFISHPLAYER_BUILD_TESTS=ON -DFISHPLAYER_BUILD_BACKENDS=ON > /dev/null
-cmake --build "$BUILD_DIR" --target bench_overhead bench_dewarp bench_source fishplayer_fakes fishplayer_demo korvane \
-    zeb_algo_fcu
+cmake --build "$BUILD_DIR" --target bench_overhead bench_dewarp bench_engine bench_source fishplayer_fakes \
+    fishplayer_demo korvane zeb_algo_fcu
 mkdir -p "$DATA"
 
 # The fisheye frames: the scene of scripts/make-sample.sh (test picture under a 30-degree grid,
@@ -49,7 +53,10 @@ for size in 1920 2880; do
         -pix_fmt gbrp -f rawvideo "$DATA/frame_${size}.gbrp"
 done
 
-REPEAT=(--benchmark_repetitions="$REPETITIONS" --benchmark_report_aggregates_only=true --benchmark_min_time=0.2)
+# Repetitions interleaved at random, so that a burst of load on the shared machine spreads over the
+# benchmarks compared instead of falling on one of them.
+REPEAT=(--benchmark_repetitions="$REPETITIONS" --benchmark_report_aggregates_only=true --benchmark_min_time=0.2
+    --benchmark_enable_random_interleaving=true)
 
 echo "run-benchmarks: library overhead"
 LD_LIBRARY_PATH="$BUILD_DIR/fakes/engine/full:$BUILD_DIR/fakes/algo/full" \
@@ -131,6 +138,42 @@ for size in 1920 2880; do
         echo "psnr fourptz_$i $size $(psnr 1280 720 "$DATA/fourptz_${size}_$i.rgb" "$DATA/v360_fourptz_${size}_$i.rgb")" >> "$V360"
     done
 done
+
+echo "run-benchmarks: decoding and a camera's views"
+[ -f build/samples/fisheye_1920.h264 ] || scripts/make-sample.sh build/samples > /dev/null
+[ -f "$DATA/fisheye_3840.h264" ] || ffmpeg -hide_banner -loglevel error -y -i build/samples/fisheye_1920.h264 \
+    -vf scale=3840:3840 -c:v libx264 -preset ultrafast -tune zerolatency -g 25 -bf 0 -f h264 "$DATA/fisheye_3840.h264"
+# The same views through an ffmpeg graph as users build it today: the clip decoded on one thread,
+# split, each view made by v360 (bilinear, -filter_threads THREADS), every output discarded; and
+# the decoding alone. Each line: what, utime, stime, rtime (seconds), pictures.
+chain_run() { # chain_run CLIP WHAT
+    local graph=(-map 0:v -f null -)
+    if [ "$2" = views ]; then
+        local f="v360=input=fisheye:ih_fov=180:iv_fov=180:interp=linear"
+        local g="[0:v]split=7[a][b][c][d][e][f][g]"
+        g+=";[a]$f:output=flat:d_fov=90:w=960:h=540[o0];[b]$f:output=flat:d_fov=90:yaw=-30:w=960:h=540[o1]"
+        g+=";[c]$f:output=flat:d_fov=90:pitch=-30:w=960:h=540[o2];[d]$f:output=flat:d_fov=90:yaw=30:pitch=15:w=960:h=540[o3]"
+        g+=";[e]$f:output=equirect:w=1920:h=960,crop=1920:480:0:480[o4];[f]$f:output=hequirect:w=1280:h=720[o5]"
+        g+=";[g]$f:output=equirect:w=1280:h=720[o6]"
+        graph=(-filter_complex "$g")
+        for i in 0 1 2 3 4 5 6; do graph+=(-map "[o$i]" -f null -); done
+    fi
+    ffmpeg -hide_banner -nostats -benchmark -threads 1 -filter_threads "$THREADS" -i "$1" "${graph[@]}" 2>&1 |
+        awk -v what="$2" '/^frame=/ { sub(/^frame= */, ""); n = $1 } /bench: utime/ { for (i = 2; i <= 4; ++i) { split($i, kv, "="); v[i] = kv[2] + 0 } } END { print what, v[2], v[3], v[4], n }'
+}
+for size in 1920 3840; do
+    clip=build/samples/fisheye_1920.h264
+    [ "$size" = 3840 ] && clip="$DATA/fisheye_3840.h264"
+    : > "$DATA/chain_$size.txt"
+    for ((r = 0; r < REPETITIONS; ++r)); do
+        chain_run "$clip" decode >> "$DATA/chain_$size.txt"
+        chain_run "$clip" views >> "$DATA/chain_$size.txt"
+    done
+done
+FISHPLAYER_BENCH_CLIP=build/samples/fisheye_1920.h264 "$BUILD_DIR/bench/bench_engine" "${REPEAT[@]}" \
+    --benchmark_out="$DATA/engine_1920.json" --benchmark_out_format=json > /dev/null
+FISHPLAYER_BENCH_CLIP="$DATA/fisheye_3840.h264" "$BUILD_DIR/bench/bench_engine" "${REPEAT[@]}" \
+    --benchmark_out="$DATA/engine_3840.json" --benchmark_out_format=json > /dev/null
 
 echo "run-benchmarks: source reading"
 ffmpeg -hide_banner -loglevel error -y -f lavfi \
@@ -266,8 +309,8 @@ w("The copy is the memory-bandwidth reference: a plain `memcpy` (on as many thre
   "of its table and source fits in the caches stays there, as a frame handed over by a decoder that has just "
   "written it would.")
 w("")
-w("| scene | fisheye | frames/s | Mpixels/s | v360 frames/s | speed-up over v360 | PSNR dB | MB moved | copy ms | copy GB/s | dewarp / copy |")
-w("|---|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|")
+w("| scene | fisheye | frames/s | Mpixels/s | v360 frames/s | speed-up over v360 | OpenCV ms | speed-up over OpenCV | PSNR dB | MB moved | copy ms | copy GB/s | dewarp / copy |")
+w("|---|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|")
 scenes = [("ptz", "BM_Ptz", "Ptz", "PTZ 1280x720", 1280 * 720),
           ("panorama", "BM_Panorama", "Panorama", "360 panorama 3840x960", 3840 * 960),
           ("fourptz", "BM_FourPtz", "FourPtz", "four PTZ 1280x720", 4 * 1280 * 720)]
@@ -287,8 +330,11 @@ for scene, bm, copy_name, label, pixels in scenes:
         else:
             p = psnr.get((scene, size), float("nan"))
         speed = vt / t
-        summary.append((label, size, speed, p, t / copy_t))
+        cv = dw.get(f"BM_OpenCv/{copy_name}/{size}/real_time")
+        cv_t = ns(cv) / 1e9 if cv else float("nan")
+        summary.append((label, size, speed, p, t / copy_t, cv_t / t))
         w(f"| {label} | {size}x{size} | {1 / t:.1f} | {pixels / t / 1e6:.0f} | {1 / vt:.1f} | {speed:.2f} | "
+          f"{cv_t * 1e3:.2f} | {cv_t / t:.2f} | "
           f"{p:.1f} | {moved / 1e6:.1f} | {copy_t * 1e3:.3f} | {moved / copy_t / 1e9:.1f} | {t / copy_t:.1f} |")
 w("")
 w("v360 cannot limit an equirectangular output to the lower half of the sphere: for the panorama it computes "
@@ -310,11 +356,17 @@ for scene, bm, copy_name, label, pixels in scenes:
 w("")
 w("### Targets")
 w("")
-slow = [f"{l} from {s}" for l, s, sp, _, _ in summary if not sp >= 2.0]
-badq = [f"{l} from {s}" for l, s, _, p, _ in summary if not p >= 30.0]
-far = [f"{l} from {s} ({r:.1f}x)" for l, s, _, _, r in summary if not r <= 3.0]
+slow = [f"{l} from {s}" for l, s, sp, _, _, _ in summary if not sp >= 2.0]
+badq = [f"{l} from {s}" for l, s, _, p, _, _ in summary if not p >= 30.0]
+far = [f"{l} from {s} ({r:.1f}x)" for l, s, _, _, r, _ in summary if not r <= 3.0]
+slow_cv = [f"{l} from {s} ({c:.2f}x)" for l, s, _, _, _, c in summary if not c >= 2.0]
 w(f"- At least twice v360's throughput: {verdict(not slow)}." + (f" Below: {', '.join(slow)}." if slow else ""))
 w(f"- Equal quality, PSNR against v360 at least 30 dB: {verdict(not badq)}." + (f" Below: {', '.join(badq)}." if badq else ""))
+if any(c == c for *_, c in summary):  # NaN without OpenCV
+    w(f"- At least twice OpenCV's fixed-point `cv::remap` on the same maps (CV_16SC2 positions, CV_16UC1 "
+      f"fractions, bilinear, as many threads): {verdict(not slow_cv)}." + (f" Below: {', '.join(slow_cv)}." if slow_cv else ""))
+else:
+    w("- Against OpenCV's `cv::remap`: not measured (the benchmarks were built without OpenCV).")
 w(f"- Within 3x of the memory-bandwidth limit (time of a plain copy of the bytes moved, out of cache): {verdict(not far)}."
   + (f" Beyond: {', '.join(far)}." if far else ""))
 w("")
@@ -429,3 +481,5 @@ w("")
 open(out, "w").write("\n".join(lines))
 print(f"run-benchmarks: wrote {out}")
 PYTHON
+python3 scripts/bench-engine-section.py "$OUT" 1920="$DATA/engine_1920.json,$DATA/chain_1920.txt" \
+    3840="$DATA/engine_3840.json,$DATA/chain_3840.txt"

@@ -176,32 +176,116 @@ bool CLS_StreamDecoder::Drain(const PF_OnFrame& _pfOnFrame) {
             return true;
         const int iW = m_pFrame->width;
         const int iH = m_pFrame->height;
-        const AVPixelFormat eFormat = static_cast<AVPixelFormat>(m_pFrame->format);
         bool blKeep = true;
-        if (iW > 0 && iH > 0 && iW <= MAX_SIDE && iH <= MAX_SIDE && eFormat != AV_PIX_FMT_NONE) {
-            m_pSws = sws_getCachedContext(m_pSws, iW, iH, eFormat, iW, iH, AV_PIX_FMT_RGB24, SWS_POINT,
-                                          nullptr, nullptr, nullptr);
-            if (m_pSws) {
+        if (iW > 0 && iH > 0 && iW <= MAX_SIDE && iH <= MAX_SIDE &&
+            static_cast<AVPixelFormat>(m_pFrame->format) != AV_PIX_FMT_NONE) {
+            Frame tPicture;
+            if (TakePlanes(&tPicture)) {
+                blKeep = _pfOnFrame(tPicture);
+            } else if (ScaleToRgb(&m_pSws, m_pFrame, &m_vecStaging, &m_tRgb.m_vecRgb)) {
                 m_tRgb.m_iWidth = iW;
                 m_tRgb.m_iHeight = iH;
-                const size_t uRow = static_cast<size_t>(iW) * 3;
-                const size_t uStride = (uRow + 63) / 64 * 64;
-                m_vecStaging.resize(uStride * static_cast<size_t>(iH) + 64);
-                m_tRgb.m_vecRgb.resize(uRow * static_cast<size_t>(iH));
-                std::uint8_t* apcDst[4] = {m_vecStaging.data(), nullptr, nullptr, nullptr};
-                int aiStride[4] = {static_cast<int>(uStride), 0, 0, 0};
-                if (sws_scale(m_pSws, m_pFrame->data, m_pFrame->linesize, 0, iH, apcDst, aiStride) == iH) {
-                    for (int y = 0; y < iH; ++y)
-                        std::memcpy(m_tRgb.m_vecRgb.data() + uRow * static_cast<size_t>(y),
-                                    m_vecStaging.data() + uStride * static_cast<size_t>(y), uRow);
-                    blKeep = _pfOnFrame(m_tRgb);
-                }
+                blKeep = _pfOnFrame(m_tRgb);
             }
         }
         av_frame_unref(m_pFrame);
         if (!blKeep)
             return false;
     }
+}
+
+bool CLS_StreamDecoder::TakePlanes(Frame* _ptPicture) {
+    const AVPixelFormat eFormat = static_cast<AVPixelFormat>(m_pFrame->format);
+    fisheye::STRUCT_YuvImage tPlanes;
+    if (!PlaneLayout(eFormat, m_pFrame->color_range, &tPlanes.m_eLayout, &tPlanes.m_blFullRange))
+        return false;
+    for (int p = 0; p < 3; ++p) {
+        if (m_pFrame->linesize[p] < 0)
+            return false; // rows bottom to top: the RGB path
+        tPlanes.m_apcPlane[p] = m_pFrame->data[p];
+        tPlanes.m_aiStride[p] = m_pFrame->linesize[p];
+    }
+    tPlanes.m_iWidth = m_pFrame->width;
+    tPlanes.m_iHeight = m_pFrame->height;
+    AVFrame* pOwn = av_frame_alloc();
+    if (!pOwn)
+        return false;
+    av_frame_move_ref(pOwn, m_pFrame);
+    try {
+        _ptPicture->m_pPlanes = std::shared_ptr<const void>(pOwn, [](const void* _p) {
+            AVFrame* pFrame = static_cast<AVFrame*>(const_cast<void*>(_p));
+            av_frame_free(&pFrame);
+        });
+    } catch (const std::bad_alloc&) {
+        return false; // the picture was freed by the deleter: dropped
+    }
+    _ptPicture->m_iWidth = tPlanes.m_iWidth;
+    _ptPicture->m_iHeight = tPlanes.m_iHeight;
+    _ptPicture->m_tPlanes = tPlanes;
+    return true;
+}
+
+bool PlaneLayout(int _iFormat, int _iRange, fisheye::n_YuvLayout* _peLayout, bool* _pblFullRange) {
+    switch (static_cast<AVPixelFormat>(_iFormat)) {
+    case AV_PIX_FMT_YUVJ420P:
+        *_pblFullRange = true;
+        *_peLayout = fisheye::n_YuvLayout::I420;
+        return true;
+    case AV_PIX_FMT_YUVJ422P:
+        *_pblFullRange = true;
+        *_peLayout = fisheye::n_YuvLayout::I422;
+        return true;
+    case AV_PIX_FMT_YUV420P:
+        *_peLayout = fisheye::n_YuvLayout::I420;
+        break;
+    case AV_PIX_FMT_YUV422P:
+        *_peLayout = fisheye::n_YuvLayout::I422;
+        break;
+    case AV_PIX_FMT_NV12:
+        *_peLayout = fisheye::n_YuvLayout::Nv12;
+        break;
+    default:
+        return false;
+    }
+    *_pblFullRange = _iRange == AVCOL_RANGE_JPEG;
+    return true;
+}
+
+bool ScaleToRgb(SwsContext** _ppSws, const AVFrame* _pFrame, std::vector<std::uint8_t>* _pvecStaging,
+                std::vector<std::uint8_t>* _pvecRgb) {
+    const int iW = _pFrame->width;
+    const int iH = _pFrame->height;
+    *_ppSws = sws_getCachedContext(*_ppSws, iW, iH, static_cast<AVPixelFormat>(_pFrame->format), iW, iH,
+                                   AV_PIX_FMT_RGB24, SWS_POINT, nullptr, nullptr, nullptr);
+    if (!*_ppSws)
+        return false;
+    // The converter's vector code writes whole blocks past the end of a row: rows aligned and
+    // padded in a staging buffer, then copied tight.
+    const size_t uRow = static_cast<size_t>(iW) * 3;
+    const size_t uStride = (uRow + 63) / 64 * 64;
+    _pvecStaging->resize(uStride * static_cast<size_t>(iH) + 64);
+    _pvecRgb->resize(uRow * static_cast<size_t>(iH));
+    std::uint8_t* apcDst[4] = {_pvecStaging->data(), nullptr, nullptr, nullptr};
+    int aiStride[4] = {static_cast<int>(uStride), 0, 0, 0};
+    if (sws_scale(*_ppSws, _pFrame->data, _pFrame->linesize, 0, iH, apcDst, aiStride) != iH)
+        return false;
+    for (int y = 0; y < iH; ++y)
+        std::memcpy(_pvecRgb->data() + uRow * static_cast<size_t>(y),
+                    _pvecStaging->data() + uStride * static_cast<size_t>(y), uRow);
+    return true;
+}
+
+bool PictureRgb(const Frame& _tPicture, std::vector<std::uint8_t>* _pvecRgb) {
+    if (!_tPicture.HasPlanes()) {
+        *_pvecRgb = _tPicture.m_vecRgb;
+        return !_pvecRgb->empty();
+    }
+    SwsContext* pSws = nullptr;
+    std::vector<std::uint8_t> vecStaging;
+    const bool blDone =
+        ScaleToRgb(&pSws, static_cast<const AVFrame*>(_tPicture.m_pPlanes.get()), &vecStaging, _pvecRgb);
+    sws_freeContext(pSws);
+    return blDone;
 }
 
 } // namespace korvane

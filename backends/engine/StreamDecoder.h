@@ -1,5 +1,6 @@
-// Elementary stream decoding: codec detection, re-packetising with libavcodec's parser,
-// decoding and conversion to RGB.
+// Elementary stream decoding: codec detection, re-packetising with libavcodec's parser and
+// decoding. Pictures keep the decoder's planes where the renderers read them; others are converted
+// to RGB.
 #ifndef KORVANE_STREAM_DECODER_H
 #define KORVANE_STREAM_DECODER_H
 
@@ -22,6 +23,18 @@ namespace korvane {
 // where that unit starts. *_pblNeedMore is set when the bytes end before a decision.
 int DetectCodec(const std::uint8_t* _pcData, size_t _uSize, size_t* _puOffset, bool* _pblNeedMore);
 
+// The layout and range of FFmpeg pixel format _iFormat with colour range _iRange when the renderers
+// read its planes; false for any other format.
+bool PlaneLayout(int _iFormat, int _iRange, fisheye::n_YuvLayout* _peLayout, bool* _pblFullRange);
+
+// Converts *_pFrame to RGB24 rows without padding into *_pvecRgb through the cached context *_ppSws,
+// using *_pvecStaging for the converter's padded rows. False when the converter refuses the format.
+bool ScaleToRgb(SwsContext** _ppSws, const AVFrame* _pFrame, std::vector<std::uint8_t>* _pvecStaging,
+                std::vector<std::uint8_t>* _pvecRgb);
+
+// The picture as RGB24 rows without padding (captures); false when it cannot be converted.
+bool PictureRgb(const Frame& _tPicture, std::vector<std::uint8_t>* _pvecRgb);
+
 class CLS_StreamDecoder {
 public:
     // Called for every decoded picture; returning false stops the current Feed early.
@@ -41,6 +54,8 @@ private:
     bool Parse(const std::uint8_t* _pcInput, size_t _uSize, const PF_OnFrame& _pfOnFrame);
     bool Decode(const std::uint8_t* _pcData, int _iSize, const PF_OnFrame& _pfOnFrame);
     bool Drain(const PF_OnFrame& _pfOnFrame);
+    // Moves the decoded picture's planes into *_ptPicture when the renderers read its layout.
+    bool TakePlanes(Frame* _ptPicture);
 
     int m_iCodec = 0;
     bool m_blFailed = false;                // the decoder could not be opened: everything is dropped
@@ -51,10 +66,8 @@ private:
     AVPacket* m_pPacket = nullptr;
     AVFrame* m_pFrame = nullptr;
     SwsContext* m_pSws = nullptr;
-    Frame m_tRgb;
-    // The conversion's own output: rows aligned and padded, because the converter's vector code
-    // writes whole blocks past the end of a row.
-    std::vector<std::uint8_t> m_vecStaging;
+    Frame m_tRgb;                           // pictures of other layouts
+    std::vector<std::uint8_t> m_vecStaging; // the conversion's padded rows
 };
 
 } // namespace korvane

@@ -7,28 +7,67 @@
 
 namespace korvane {
 
-void CLS_CopyRenderer::Render(const Frame& _tSrc, const ViewParams&, Surface& _tDst) {
+namespace {
+
+// Stores the RGB pixel _pcRgb at _pcDst in the target's format.
+inline void StorePixel(const std::uint8_t* _pcRgb, n_PixelFormat _eFormat, std::uint8_t* _pcDst) {
+    if (n_PixelFormat::Bgrx32 == _eFormat) {
+        _pcDst[0] = _pcRgb[2];
+        _pcDst[1] = _pcRgb[1];
+        _pcDst[2] = _pcRgb[0];
+        _pcDst[3] = 0;
+    } else {
+        std::memcpy(_pcDst, _pcRgb, 3);
+    }
+}
+
+// The RGB of pixel (_iX, _iY) of a picture with planes.
+void PlanePixel(const fisheye::STRUCT_YuvImage& _tPlanes, int _iX, int _iY, std::uint8_t* _pcRgb) {
+    const bool blNv12 = fisheye::n_YuvLayout::Nv12 == _tPlanes.m_eLayout;
+    const int iChromaY = fisheye::n_YuvLayout::I422 == _tPlanes.m_eLayout ? _iY : _iY / 2;
+    const std::uint8_t* pcU = _tPlanes.m_apcPlane[1] +
+                              static_cast<size_t>(iChromaY) * _tPlanes.m_aiStride[1] +
+                              static_cast<size_t>(_iX / 2) * (blNv12 ? 2 : 1);
+    const std::uint8_t* pcV =
+        blNv12 ? pcU + 1
+               : _tPlanes.m_apcPlane[2] + static_cast<size_t>(iChromaY) * _tPlanes.m_aiStride[2] + _iX / 2;
+    fisheye::YuvToRgb(_tPlanes.m_apcPlane[0][static_cast<size_t>(_iY) * _tPlanes.m_aiStride[0] + _iX], *pcU,
+                      *pcV, _tPlanes.m_blFullRange, _pcRgb);
+}
+
+} // namespace
+
+void CLS_CopyRenderer::Render(const Frame& _tSrc, const ViewParams&, const STRUCT_TargetBuffer& _tDst) {
     const int iSrcW = _tSrc.m_iWidth;
     const int iSrcH = _tSrc.m_iHeight;
     const int iDstW = _tDst.m_iWidth;
     const int iDstH = _tDst.m_iHeight;
     if (iSrcW <= 0 || iSrcH <= 0 || iDstW <= 0 || iDstH <= 0)
         return;
+    const size_t uPixel = static_cast<size_t>(BytesPerPixel(_tDst.m_eFormat));
     // Column lookup once per picture; 64-bit products so that large sizes cannot overflow.
     std::vector<int> vecColumn(static_cast<size_t>(iDstW));
     for (int x = 0; x < iDstW; ++x)
         vecColumn[static_cast<size_t>(x)] = static_cast<int>(static_cast<long long>(x) * iSrcW / iDstW);
     for (int y = 0; y < iDstH; ++y) {
         const int iSrcY = static_cast<int>(static_cast<long long>(y) * iSrcH / iDstH);
+        std::uint8_t* pcDstRow = _tDst.m_pData + static_cast<size_t>(y) * _tDst.m_iStride;
+        if (_tSrc.HasPlanes()) {
+            for (int x = 0; x < iDstW; ++x) {
+                std::uint8_t acRgb[3];
+                PlanePixel(_tSrc.m_tPlanes, vecColumn[static_cast<size_t>(x)], iSrcY, acRgb);
+                StorePixel(acRgb, _tDst.m_eFormat, pcDstRow + static_cast<size_t>(x) * uPixel);
+            }
+            continue;
+        }
         const std::uint8_t* pcSrcRow = _tSrc.m_vecRgb.data() + static_cast<size_t>(iSrcY) * iSrcW * 3;
-        std::uint8_t* pcDstRow = _tDst.m_vecRgb.data() + static_cast<size_t>(y) * iDstW * 3;
-        if (iSrcW == iDstW) {
+        if (iSrcW == iDstW && n_PixelFormat::Rgb24 == _tDst.m_eFormat) {
             std::memcpy(pcDstRow, pcSrcRow, static_cast<size_t>(iDstW) * 3);
             continue;
         }
         for (int x = 0; x < iDstW; ++x)
-            std::memcpy(pcDstRow + static_cast<size_t>(x) * 3,
-                        pcSrcRow + static_cast<size_t>(vecColumn[x]) * 3, 3);
+            StorePixel(pcSrcRow + static_cast<size_t>(vecColumn[x]) * 3, _tDst.m_eFormat,
+                       pcDstRow + static_cast<size_t>(x) * uPixel);
     }
 }
 
@@ -72,7 +111,8 @@ CLS_DewarpRenderer::CLS_DewarpRenderer() : m_pTable(std::make_unique<STRUCT_Tabl
 
 CLS_DewarpRenderer::~CLS_DewarpRenderer() = default;
 
-void CLS_DewarpRenderer::Render(const Frame& _tSrc, const ViewParams& _tParams, Surface& _tDst) {
+void CLS_DewarpRenderer::Render(const Frame& _tSrc, const ViewParams& _tParams,
+                                const STRUCT_TargetBuffer& _tDst) {
     fisheye::STRUCT_ViewParams tView;
     tView.m_eKind = DewarpKind(_tParams.m_iKind);
     tView.m_eMount = DewarpMount(_tParams.m_iMountMode);
@@ -84,6 +124,15 @@ void CLS_DewarpRenderer::Render(const Frame& _tSrc, const ViewParams& _tParams, 
     tView.m_dRotation = _tParams.m_fRotateAngle;
     tView.m_iWidth = _tDst.m_iWidth;
     tView.m_iHeight = _tDst.m_iHeight;
+    if (_tSrc.HasPlanes()) {
+        const fisheye::n_PixelOrder eOrder = n_PixelFormat::Bgrx32 == _tDst.m_eFormat
+                                                 ? fisheye::n_PixelOrder::Bgrx32
+                                                 : fisheye::n_PixelOrder::Rgb24;
+        if (!m_yuv.Update(tView, _tSrc.m_iWidth, _tSrc.m_iHeight, _tSrc.m_tPlanes.m_eLayout) ||
+            !m_yuv.Apply(_tSrc.m_tPlanes, _tDst.m_pData, _tDst.m_iStride, eOrder))
+            CLS_CopyRenderer().Render(_tSrc, _tParams, _tDst);
+        return;
+    }
     fisheye::CLS_RemapTable& table = m_pTable->m_table;
     if (!table.Update(tView, _tSrc.m_iWidth, _tSrc.m_iHeight)) {
         // Sizes the table refuses: show the picture as it is rather than nothing.
@@ -97,12 +146,28 @@ void CLS_DewarpRenderer::Render(const Frame& _tSrc, const ViewParams& _tParams, 
     tSrc.m_iChannels = 3;
     tSrc.m_iStride = _tSrc.m_iWidth * 3;
     fisheye::STRUCT_Image tDst;
-    tDst.m_pData = _tDst.m_vecRgb.data();
     tDst.m_iWidth = _tDst.m_iWidth;
     tDst.m_iHeight = _tDst.m_iHeight;
     tDst.m_iChannels = 3;
+    if (n_PixelFormat::Rgb24 == _tDst.m_eFormat) {
+        tDst.m_pData = _tDst.m_pData;
+        tDst.m_iStride = _tDst.m_iStride;
+        table.Apply(tSrc, tDst);
+        return;
+    }
+    // Other formats: the view in RGB, then each of its pixels stored in the target's format.
+    m_vecRgb.resize(static_cast<size_t>(_tDst.m_iWidth) * _tDst.m_iHeight * 3);
+    tDst.m_pData = m_vecRgb.data();
     tDst.m_iStride = _tDst.m_iWidth * 3;
     table.Apply(tSrc, tDst);
+    const size_t uPixel = static_cast<size_t>(BytesPerPixel(_tDst.m_eFormat));
+    for (int y = 0; y < _tDst.m_iHeight; ++y) {
+        const std::uint8_t* pcRow = m_vecRgb.data() + static_cast<size_t>(y) * tDst.m_iStride;
+        std::uint8_t* pcDstRow = _tDst.m_pData + static_cast<size_t>(y) * _tDst.m_iStride;
+        for (int x = 0; x < _tDst.m_iWidth; ++x)
+            StorePixel(pcRow + static_cast<size_t>(x) * 3, _tDst.m_eFormat,
+                       pcDstRow + static_cast<size_t>(x) * uPixel);
+    }
 }
 
 std::unique_ptr<CLS_ViewRenderer> CreateViewRenderer(int) {

@@ -2,6 +2,8 @@
 #ifndef KORVANE_VIEW_RENDERER_H
 #define KORVANE_VIEW_RENDERER_H
 
+#include "RenderTarget.h"
+#include "YuvRemap.h"
 #include "abi/KorvaneContract.h"
 
 #include <cstdint>
@@ -10,18 +12,16 @@
 
 namespace korvane {
 
-// A decoded picture: RGB, 3 bytes a pixel, rows top to bottom without padding.
+// A decoded picture: the decoder's own planes where the renderers read them (4:2:0, 4:2:2 and NV12,
+// either range), else RGB, 3 bytes a pixel, rows top to bottom without padding. Copies share the
+// planes, which live as long as the last copy.
 struct Frame {
     int m_iWidth = 0;
     int m_iHeight = 0;
-    std::vector<std::uint8_t> m_vecRgb;
-};
-
-// A rendering target: the same layout as a frame, of a fixed size.
-struct Surface {
-    int m_iWidth = 0;
-    int m_iHeight = 0;
-    std::vector<std::uint8_t> m_vecRgb;
+    std::vector<std::uint8_t> m_vecRgb;    // without planes
+    fisheye::STRUCT_YuvImage m_tPlanes;    // with planes
+    std::shared_ptr<const void> m_pPlanes; // what holds the planes (the decoder's picture)
+    bool HasPlanes() const { return m_pPlanes != nullptr; }
 };
 
 // View kinds: the correction type of the view's set-up record.
@@ -57,28 +57,33 @@ struct ViewParams {
 class CLS_ViewRenderer {
 public:
     virtual ~CLS_ViewRenderer() = default;
-    // Fills the whole of _tDst from _tSrc (both non-empty).
-    virtual void Render(const Frame& _tSrc, const ViewParams& _tParams, Surface& _tDst) = 0;
+    // Fills the whole of _tDst, in its pixel format, from _tSrc (both non-empty).
+    virtual void Render(const Frame& _tSrc, const ViewParams& _tParams, const STRUCT_TargetBuffer& _tDst) = 0;
 };
 
-// The first renderer: the source picture scaled to the target (nearest pixel), for every kind.
+// The first renderer: the source picture scaled to the target (nearest pixel), for every kind; also
+// what the dewarping renderer shows for sizes its tables refuse.
 class CLS_CopyRenderer : public CLS_ViewRenderer {
 public:
-    void Render(const Frame& _tSrc, const ViewParams& _tParams, Surface& _tDst) override;
+    void Render(const Frame& _tSrc, const ViewParams& _tParams, const STRUCT_TargetBuffer& _tDst) override;
 };
 
-// The dewarping renderer: every kind computed from the shared fisheye geometry through a remap
-// table that is rebuilt only when the view's parameters or the sizes change; bilinear, spread over
-// the cores (backends/engine/dewarp).
+// The dewarping renderer: every kind computed from the shared fisheye geometry through remap tables
+// that are rebuilt only when the view's parameters or the sizes change; bilinear, spread over the
+// engine's worker pool (backends/engine/dewarp). Pictures with planes are remapped from them and
+// converted pixel by pixel into the target's format; RGB pictures are remapped as they are.
 class CLS_DewarpRenderer : public CLS_ViewRenderer {
 public:
     CLS_DewarpRenderer();
     ~CLS_DewarpRenderer() override;
-    void Render(const Frame& _tSrc, const ViewParams& _tParams, Surface& _tDst) override;
+    void Render(const Frame& _tSrc, const ViewParams& _tParams, const STRUCT_TargetBuffer& _tDst) override;
 
 private:
     struct STRUCT_Table;
     std::unique_ptr<STRUCT_Table> m_pTable;
+    fisheye::CLS_YuvRemap m_yuv;
+    // The view in RGB for targets of another pixel format, kept across pictures.
+    std::vector<std::uint8_t> m_vecRgb;
 };
 
 // The renderer that the engine gives a new view of kind _iKind: the dewarping one.

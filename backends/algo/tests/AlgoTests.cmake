@@ -1,4 +1,4 @@
-# Tests of the open correction algorithm: its geometry and exports (label unit), and the library
+# Tests of the open correction algorithm: its exports (label unit), and the library
 # driving it through the exported class with the fake engine (label e2e). Uses the helpers that
 # tests/ defines (the top-level project adds tests/ first).
 if(NOT TARGET GTest::gtest) # cross builds have GoogleTest from tests/, built from its sources
@@ -6,7 +6,7 @@ if(NOT TARGET GTest::gtest) # cross builds have GoogleTest from tests/, built fr
 endif()
 set(FISHPLAYER_ALGO_TESTS_DIR ${CMAKE_CURRENT_LIST_DIR})
 
-add_executable(test_algo ${FISHPLAYER_ALGO_TESTS_DIR}/test_geometry.cpp ${FISHPLAYER_ALGO_TESTS_DIR}/test_exports.cpp)
+add_executable(test_algo ${FISHPLAYER_ALGO_TESTS_DIR}/test_exports.cpp)
 target_link_libraries(test_algo PRIVATE zeb_algo_fcu fishplayer_fisheye_geometry GTest::gtest GTest::gtest_main)
 add_test(NAME algo.unit COMMAND test_algo)
 set_tests_properties(algo.unit PROPERTIES LABELS "unit")

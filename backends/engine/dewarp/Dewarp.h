@@ -109,7 +109,8 @@ public:
 
     // Remaps _src into _dst (which must not overlap). Both must have the same channel count, _src the size
     // the table was built for and _dst the view's output size; false (nothing written) otherwise. _iThreads:
-    // how many threads share the rows, 0 for one per core. The result does not depend on it, nor on
+    // how many bands the rows are cut into, 0 for one per core; the bands run on the process's shared
+    // pool (CLS_ThreadPool::Shared) with the calling thread. The result does not depend on it, nor on
     // _eKernel, which only the tests and benchmarks choose (false for a kernel the processor lacks).
     bool Apply(const STRUCT_Image& _src, const STRUCT_Image& _dst, int _iThreads = 0,
                n_RemapKernel _eKernel = n_RemapKernel::Best) const;

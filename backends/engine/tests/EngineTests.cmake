@@ -9,7 +9,7 @@ target_include_directories(korvane_test_streams PUBLIC ${FISHPLAYER_ENGINE_TESTS
 target_link_libraries(korvane_test_streams PUBLIC PkgConfig::KORVANE_FFMPEG)
 
 add_executable(test_engine ${FISHPLAYER_ENGINE_TESTS_DIR}/test_exports.cpp ${FISHPLAYER_ENGINE_TESTS_DIR}/test_playback.cpp
-    ${FISHPLAYER_ENGINE_TESTS_DIR}/test_view_params.cpp)
+    ${FISHPLAYER_ENGINE_TESTS_DIR}/test_view_params.cpp ${FISHPLAYER_ENGINE_TESTS_DIR}/test_targets.cpp)
 target_link_libraries(test_engine PRIVATE korvane korvane_core korvane_test_streams GTest::gtest GTest::gtest_main
     ${CMAKE_DL_LIBS})
 add_test(NAME engine.unit COMMAND test_engine)
@@ -36,4 +36,8 @@ if(KORVANE_XCB_FOUND)
     add_test(NAME engine.x11 COMMAND test_engine_x11)
     set_tests_properties(engine.x11 PROPERTIES LABELS "unit")
     fishplayer_sanitizer_environment(engine.x11)
+    # The same through plain requests, as with a server that offers no shared memory.
+    add_test(NAME engine.x11.noshm COMMAND test_engine_x11)
+    set_tests_properties(engine.x11.noshm PROPERTIES LABELS "unit" ENVIRONMENT "KORVANE_NO_XSHM=1")
+    fishplayer_sanitizer_environment(engine.x11.noshm)
 endif()

@@ -4,6 +4,7 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavutil/log.h>
 #include <libavutil/opt.h>
+#include <libavutil/pixdesc.h>
 }
 
 namespace {
@@ -18,7 +19,7 @@ void Collect(AVCodecContext* _pContext, AVPacket* _pPacket, std::vector<std::uin
 } // namespace
 
 std::vector<std::uint8_t> MakeStream(const std::string& _strEncoder, int _iWidth, int _iHeight, int _iFrames,
-                                     Disc _tDisc) {
+                                     Disc _tDisc, int _iPixelFormat) {
     std::vector<std::uint8_t> vecOut;
     if (av_log_get_level() > AV_LOG_ERROR)
         av_log_set_level(AV_LOG_ERROR); // the encoders' statistics are noise here
@@ -29,7 +30,9 @@ std::vector<std::uint8_t> MakeStream(const std::string& _strEncoder, int _iWidth
     AVCodecContext* pContext = avcodec_alloc_context3(pCodec);
     pContext->width = _iWidth;
     pContext->height = _iHeight;
-    pContext->pix_fmt = blJpeg ? AV_PIX_FMT_YUVJ420P : AV_PIX_FMT_YUV420P;
+    pContext->pix_fmt = _iPixelFormat >= 0 ? static_cast<AVPixelFormat>(_iPixelFormat)
+                        : blJpeg           ? AV_PIX_FMT_YUVJ420P
+                                           : AV_PIX_FMT_YUV420P;
     pContext->time_base = AVRational{1, 25};
     pContext->framerate = AVRational{25, 1};
     pContext->gop_size = 10;
@@ -64,8 +67,11 @@ std::vector<std::uint8_t> MakeStream(const std::string& _strEncoder, int _iWidth
                     static_cast<std::uint8_t>(blInside ? (blBar ? 220 : 160) : iBlack);
             }
         }
-        for (int y = 0; y < _iHeight / 2; ++y) {
-            for (int x = 0; x < _iWidth / 2; ++x) {
+        int iShiftX = 0;
+        int iShiftY = 0;
+        av_pix_fmt_get_chroma_sub_sample(pContext->pix_fmt, &iShiftX, &iShiftY);
+        for (int y = 0; y < AV_CEIL_RSHIFT(_iHeight, iShiftY); ++y) {
+            for (int x = 0; x < AV_CEIL_RSHIFT(_iWidth, iShiftX); ++x) {
                 pFrame->data[1][y * pFrame->linesize[1] + x] = 128;
                 pFrame->data[2][y * pFrame->linesize[2] + x] = 128;
             }

@@ -82,12 +82,13 @@ protected:
         return uWindow;
     }
 
-    // Bright pixels of the window's contents.
-    size_t Bright(xcb_window_t _uWindow, int _iWidth, int _iHeight) {
+    // Bright pixels of the window's contents, or of the rectangle from (_iX, _iY) of that size.
+    size_t Bright(xcb_window_t _uWindow, int _iWidth, int _iHeight, int _iX = 0, int _iY = 0) {
         xcb_get_image_reply_t* pImage = xcb_get_image_reply(
             m_pXcb,
-            xcb_get_image(m_pXcb, XCB_IMAGE_FORMAT_Z_PIXMAP, _uWindow, 0, 0,
-                          static_cast<std::uint16_t>(_iWidth), static_cast<std::uint16_t>(_iHeight), ~0u),
+            xcb_get_image(m_pXcb, XCB_IMAGE_FORMAT_Z_PIXMAP, _uWindow, static_cast<std::int16_t>(_iX),
+                          static_cast<std::int16_t>(_iY), static_cast<std::uint16_t>(_iWidth),
+                          static_cast<std::uint16_t>(_iHeight), ~0u),
             nullptr);
         EXPECT_NE(pImage, nullptr);
         if (!pImage)
@@ -101,6 +102,9 @@ protected:
         std::free(pImage);
         return uBright;
     }
+
+    // Waits until the server has handled every request sent so far.
+    void Sync() { std::free(xcb_get_input_focus_reply(m_pXcb, xcb_get_input_focus(m_pXcb), nullptr)); }
 
     static void* Handle(xcb_window_t _uWindow) {
         return reinterpret_cast<void*>(static_cast<std::uintptr_t>(_uWindow));
@@ -141,4 +145,47 @@ TEST_F(EngineX11, HandlesThatAreNoWindowsRenderNowhere) {
     xcb_flush(m_pXcb);
     Feed(iOther, vecStream);
     EXPECT_GE(WaitFrames(iOther, 11), 11);
+}
+
+TEST_F(EngineX11, AWindowResizedIsFilledAtItsNewSize) {
+    const xcb_window_t uMain = Window(60, 40);
+    const int iId = NewPlayer(Handle(uMain));
+    std::vector<std::uint8_t> vecStream = MakeStream("mjpeg", TEST_WIDTH, TEST_HEIGHT, 6, TEST_DISC);
+    Feed(iId, vecStream);
+    // The parser holds a stream's last picture until more bytes come.
+    ASSERT_GE(WaitFrames(iId, 5), 5);
+    EXPECT_GT(Bright(uMain, 60, 40), 60u * 40u / 10);
+    // Grown: the part that was outside the window must show the picture too (the disc's right half).
+    const std::uint32_t auSize[] = {160, 120};
+    xcb_configure_window(m_pXcb, uMain, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, auSize);
+    Sync();
+    Feed(iId, vecStream);
+    ASSERT_GE(WaitFrames(iId, 11), 11);
+    EXPECT_GT(Bright(uMain, 100, 120, 60, 0), 100u * 120u / 10);
+    // Shrunk to nothing in one direction and back: no picture is lost for good.
+    const std::uint32_t auSmall[] = {30, 20};
+    xcb_configure_window(m_pXcb, uMain, XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, auSmall);
+    Sync();
+    Feed(iId, vecStream);
+    ASSERT_GE(WaitFrames(iId, 17), 17);
+    EXPECT_GT(Bright(uMain, 30, 20), 30u * 20u / 10);
+}
+
+TEST_F(EngineX11, ViewsOfTwoPlayersInOneWindowShareItsTarget) {
+    // Two players drawing into the same window, one after the other and at once.
+    const xcb_window_t uShared = Window(80, 60);
+    const int iFirst = NewPlayer(Handle(uShared));
+    const int iSecond = NewPlayer(Handle(uShared));
+    std::vector<std::uint8_t> vecStream = MakeStream("mjpeg", TEST_WIDTH, TEST_HEIGHT, 6, TEST_DISC);
+    std::vector<std::uint8_t> vecCopy = vecStream;
+    Feed(iFirst, vecStream);
+    Feed(iSecond, vecCopy);
+    ASSERT_GE(WaitFrames(iFirst, 5), 5);
+    ASSERT_GE(WaitFrames(iSecond, 5), 5);
+    EXPECT_GT(Bright(uShared, 80, 60), 80u * 60u / 10);
+    KW_DeletePlayer(iFirst);
+    // The other player still shows into it once the first let its target go.
+    Feed(iSecond, vecStream);
+    ASSERT_GE(WaitFrames(iSecond, 11), 11);
+    EXPECT_GT(Bright(uShared, 80, 60), 80u * 60u / 10);
 }

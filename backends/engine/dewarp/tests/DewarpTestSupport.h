@@ -79,6 +79,49 @@ inline fisheye::STRUCT_ViewParams View(fisheye::n_ViewKind _eKind, fisheye::n_Mo
     return tParams;
 }
 
+inline void FillRandom(std::vector<std::uint8_t>& _vecData, std::uint32_t _uSeed) {
+    for (std::uint8_t& uByte : _vecData) {
+        _uSeed = _uSeed * 1664525u + 1013904223u;
+        uByte = static_cast<std::uint8_t>(_uSeed >> 24);
+    }
+}
+
+// Views of every kind, with black parts (outside the image circle, behind a wall lens), steps
+// missing on the source's last row and column (the source view), and 1 to 4 pixels per source
+// pixel.
+inline std::vector<fisheye::STRUCT_ViewParams> Views(int _iWidth, int _iHeight) {
+    std::vector<fisheye::STRUCT_ViewParams> vecViews;
+    vecViews.push_back(View(fisheye::n_ViewKind::Source, fisheye::n_Mount::Ceiling, _iWidth, _iHeight));
+    vecViews.push_back(View(fisheye::n_ViewKind::Fisheye, fisheye::n_Mount::Ceiling, _iWidth, _iHeight));
+    fisheye::STRUCT_ViewParams tPtz =
+        View(fisheye::n_ViewKind::Ptz, fisheye::n_Mount::Ceiling, _iWidth, _iHeight);
+    tPtz.m_iPtzX = 9900;
+    tPtz.m_iPtzZoom = 550;
+    vecViews.push_back(tPtz);
+    tPtz = View(fisheye::n_ViewKind::Ptz, fisheye::n_Mount::Wall, _iWidth, _iHeight);
+    tPtz.m_iPtzX = 4200;
+    tPtz.m_iPtzY = 6100;
+    tPtz.m_iPtzZoom = 12000;
+    vecViews.push_back(tPtz);
+    fisheye::STRUCT_ViewParams tPanorama =
+        View(fisheye::n_ViewKind::Panorama, fisheye::n_Mount::Wall, _iWidth, _iHeight);
+    tPanorama.m_dRotation = 20.0;
+    vecViews.push_back(tPanorama);
+    vecViews.push_back(View(fisheye::n_ViewKind::Panorama, fisheye::n_Mount::Ceiling, _iWidth, _iHeight));
+    vecViews.push_back(View(fisheye::n_ViewKind::Half, fisheye::n_Mount::Floor, _iWidth, _iHeight));
+    vecViews.push_back(View(fisheye::n_ViewKind::Lat, fisheye::n_Mount::Wall, _iWidth, _iHeight));
+    return vecViews;
+}
+
+// The vectorised kernels this processor runs.
+inline std::vector<fisheye::n_RemapKernel> VectorKernels() {
+    std::vector<fisheye::n_RemapKernel> vecKernels;
+    for (fisheye::n_RemapKernel eKernel : {fisheye::n_RemapKernel::Avx2})
+        if (fisheye::CLS_RemapTable::KernelSupported(eKernel))
+            vecKernels.push_back(eKernel);
+    return vecKernels;
+}
+
 } // namespace dewarptest
 
 #endif // DEWARP_TEST_SUPPORT_H

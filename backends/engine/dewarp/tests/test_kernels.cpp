@@ -26,38 +26,6 @@ struct STRUCT_Strided {
     std::vector<std::uint8_t> m_vecData;
 };
 
-void FillRandom(std::vector<std::uint8_t>& _vecData, std::uint32_t _uSeed) {
-    for (std::uint8_t& uByte : _vecData) {
-        _uSeed = _uSeed * 1664525u + 1013904223u;
-        uByte = static_cast<std::uint8_t>(_uSeed >> 24);
-    }
-}
-
-// Views of every kind, with black parts (outside the image circle, behind a wall lens), steps
-// missing on the source's last row and column (the source view), and 1 to 4 pixels per source
-// pixel.
-std::vector<STRUCT_ViewParams> Views(int _iWidth, int _iHeight) {
-    std::vector<STRUCT_ViewParams> vecViews;
-    vecViews.push_back(View(n_ViewKind::Source, n_Mount::Ceiling, _iWidth, _iHeight));
-    vecViews.push_back(View(n_ViewKind::Fisheye, n_Mount::Ceiling, _iWidth, _iHeight));
-    STRUCT_ViewParams tPtz = View(n_ViewKind::Ptz, n_Mount::Ceiling, _iWidth, _iHeight);
-    tPtz.m_iPtzX = 9900;
-    tPtz.m_iPtzZoom = 550;
-    vecViews.push_back(tPtz);
-    tPtz = View(n_ViewKind::Ptz, n_Mount::Wall, _iWidth, _iHeight);
-    tPtz.m_iPtzX = 4200;
-    tPtz.m_iPtzY = 6100;
-    tPtz.m_iPtzZoom = 12000;
-    vecViews.push_back(tPtz);
-    STRUCT_ViewParams tPanorama = View(n_ViewKind::Panorama, n_Mount::Wall, _iWidth, _iHeight);
-    tPanorama.m_dRotation = 20.0;
-    vecViews.push_back(tPanorama);
-    vecViews.push_back(View(n_ViewKind::Panorama, n_Mount::Ceiling, _iWidth, _iHeight));
-    vecViews.push_back(View(n_ViewKind::Half, n_Mount::Floor, _iWidth, _iHeight));
-    vecViews.push_back(View(n_ViewKind::Lat, n_Mount::Wall, _iWidth, _iHeight));
-    return vecViews;
-}
-
 // Remaps _source through _tParams with the portable kernel and with _eKernel, and compares every
 // byte of the outputs, their row padding included.
 void ExpectSameBytes(const STRUCT_Strided& _source, const STRUCT_ViewParams& _tParams, n_RemapKernel _eKernel,
@@ -77,14 +45,6 @@ void ExpectSameBytes(const STRUCT_Strided& _source, const STRUCT_ViewParams& _tP
             << "byte " << i << ": pixel (" << iColumn << ", " << iRow << ") of view kind "
             << static_cast<int>(_tParams.m_eKind);
     }
-}
-
-std::vector<n_RemapKernel> VectorKernels() {
-    std::vector<n_RemapKernel> vecKernels;
-    for (n_RemapKernel eKernel : {n_RemapKernel::Avx2})
-        if (CLS_RemapTable::KernelSupported(eKernel))
-            vecKernels.push_back(eKernel);
-    return vecKernels;
 }
 
 } // namespace

@@ -1,0 +1,248 @@
+// The remap's row kernels; see RemapKernels.h.
+#include "RemapKernels.h"
+
+#include <algorithm>
+#include <limits>
+
+#if (defined(__x86_64__) || defined(__i386__)) && (defined(__GNUC__) || defined(__clang__))
+#define FISHEYE_DEWARP_X86 1
+#include <immintrin.h>
+#else
+#define FISHEYE_DEWARP_X86 0
+#endif
+
+namespace fisheye {
+
+namespace {
+
+// One output pixel. The arithmetic every kernel reproduces exactly: the four weights once per pixel
+// (they sum to 65536), the weighted sum of each channel rounded to the nearest.
+template <int CHANNELS>
+inline void RemapPixel(const STRUCT_RemapEntry& _tEntry, const STRUCT_RowSource& _tSource,
+                       std::uint8_t* _pOut) {
+    if (!(_tEntry.m_uFlags & CLS_RemapTable::INSIDE)) {
+        for (int c = 0; c < CHANNELS; ++c)
+            _pOut[c] = 0;
+        return;
+    }
+    const std::uint8_t* p00 =
+        _tSource.m_pData + _tEntry.m_uY * _tSource.m_uStride + _tEntry.m_uX * std::size_t{CHANNELS};
+    const std::uint8_t* p01 = p00 + ((_tEntry.m_uFlags & CLS_RemapTable::STEP_X) ? CHANNELS : 0);
+    const std::size_t uDown = (_tEntry.m_uFlags & CLS_RemapTable::STEP_Y) ? _tSource.m_uStride : 0;
+    const std::uint8_t* p10 = p00 + uDown;
+    const std::uint8_t* p11 = p01 + uDown;
+    const unsigned uFx = _tEntry.m_uFracX;
+    const unsigned uFy = _tEntry.m_uFracY;
+    const unsigned uW11 = uFx * uFy;
+    const unsigned uW01 = (uFx << 8) - uW11;
+    const unsigned uW10 = (uFy << 8) - uW11;
+    const unsigned uW00 = 65536u - uW01 - uW10 - uW11;
+    for (int c = 0; c < CHANNELS; ++c)
+        _pOut[c] = static_cast<std::uint8_t>(
+            (p00[c] * uW00 + p01[c] * uW01 + p10[c] * uW10 + p11[c] * uW11 + 32768u) >> 16);
+}
+
+template <int CHANNELS>
+void RemapRowScalar(const STRUCT_RemapEntry* _pEntries, int _iCount, const STRUCT_RowSource& _tSource,
+                    std::uint8_t* _pOut) {
+    for (int x = 0; x < _iCount; ++x)
+        RemapPixel<CHANNELS>(_pEntries[x], _tSource, _pOut + x * CHANNELS);
+}
+
+#if FISHEYE_DEWARP_X86
+#define FISHEYE_AVX2 __attribute__((target("avx2")))
+
+bool CpuHasAvx2() {
+    static const bool s_blHave = [] {
+        __builtin_cpu_init();
+        return __builtin_cpu_supports("avx2") != 0;
+    }();
+    return s_blHave;
+}
+
+template <int CHANNELS> FISHEYE_AVX2 inline __m256i TimesChannels(__m256i _vX) {
+    if (CHANNELS == 1)
+        return _vX;
+    if (CHANNELS == 2)
+        return _mm256_slli_epi32(_vX, 1);
+    if (CHANNELS == 3)
+        return _mm256_add_epi32(_mm256_slli_epi32(_vX, 1), _vX);
+    return _mm256_slli_epi32(_vX, 2);
+}
+
+// The pshufb pattern that spreads the 8 bytes read at a pixel (the pixel, its right neighbour and
+// what follows) into 16-bit pairs (pixel, neighbour), one pair per channel slot; _iQword picks the
+// 8 bytes of the 128-bit lane. Slots past the channels get zeros.
+template <int CHANNELS> FISHEYE_AVX2 inline __m256i PairPattern(int _iQword) {
+    alignas(32) std::int8_t acPattern[32];
+    for (int iLane = 0; iLane < 2; ++iLane)
+        for (int c = 0; c < 4; ++c) {
+            std::int8_t* pc = acPattern + iLane * 16 + c * 4;
+            pc[0] = static_cast<std::int8_t>(c < CHANNELS ? _iQword * 8 + c : -1);
+            pc[1] = -1;
+            pc[2] = static_cast<std::int8_t>(c < CHANNELS ? _iQword * 8 + CHANNELS + c : -1);
+            pc[3] = -1;
+        }
+    return _mm256_load_si256(reinterpret_cast<const __m256i*>(acPattern));
+}
+
+// The vertical step for the four channel slots of one pixel per 128-bit lane: _vTop and _vBottom
+// hold the two rows' horizontal sums 256 a + fx (b - a) (0 to 65280) in 32-bit lanes, _vWy the pair
+// (256 - fy, fy). The rows go into one pmaddwd as signed 16-bit values less 32768, which the bias
+// puts back. (256 - fy) top + fy bottom is the scalar four-weight sum, so it rounds the same.
+FISHEYE_AVX2 inline __m256i Vertical(__m256i _vTop, __m256i _vBottom, __m256i _vWy) {
+    const __m256i vSign = _mm256_set1_epi32(static_cast<int>(0x80008000u));
+    const __m256i vBias = _mm256_set1_epi32(256 * 32768 + 32768);
+    const __m256i vPairs =
+        _mm256_xor_si256(_mm256_blend_epi16(_vTop, _mm256_slli_epi32(_vBottom, 16), 0xAA), vSign);
+    return _mm256_srli_epi32(_mm256_add_epi32(_mm256_madd_epi16(vPairs, _vWy), vBias), 16);
+}
+
+// One pixel per 128-bit lane: the pair pattern _vPattern picks it out of both rows' gathered bytes,
+// _vWx and _vWy are its horizontal and vertical weight pairs.
+FISHEYE_AVX2 inline __m256i Bilinear(__m256i _vTop, __m256i _vBottom, __m256i _vPattern, __m256i _vWx,
+                                     __m256i _vWy) {
+    return Vertical(_mm256_madd_epi16(_mm256_shuffle_epi8(_vTop, _vPattern), _vWx),
+                    _mm256_madd_epi16(_mm256_shuffle_epi8(_vBottom, _vPattern), _vWx), _vWy);
+}
+
+// Eight pixels at a time. Each source row of a pixel is one 8-byte read of a gather (the pixel and
+// its right neighbour, at most 8 bytes for up to 4 channels; without a right neighbour the bytes
+// after the pixel get a zero weight), spread into 16-bit pairs and weighted with pmaddwd:
+// RemapPixel's sums exactly. A group whose reads would pass the picture's last byte, and the row's
+// last pixels, go through RemapPixel.
+template <int CHANNELS>
+FISHEYE_AVX2 void RemapRowAvx2(const STRUCT_RemapEntry* _pEntries, int _iCount,
+                               const STRUCT_RowSource& _tSource, std::uint8_t* _pOut) {
+    static_assert(sizeof(STRUCT_RemapEntry) == 8, "two 32-bit words per entry");
+    const long long* pllBase = reinterpret_cast<const long long*>(_tSource.m_pData);
+    const __m256i vStride = _mm256_set1_epi32(static_cast<int>(_tSource.m_uStride));
+    // The highest offset an 8-byte read may start at (Apply keeps the size within int).
+    const __m256i vLast = _mm256_set1_epi32(static_cast<int>(static_cast<long long>(_tSource.m_uSize) - 8));
+    // The flags are the third byte of an entry's second word, the fractions its first two bytes.
+    const __m256i vInside = _mm256_set1_epi32(CLS_RemapTable::INSIDE << 16);
+    const __m256i vStepY = _mm256_set1_epi32(CLS_RemapTable::STEP_Y << 16);
+    const __m256i vByte = _mm256_set1_epi32(0xFF);
+    const __m256i vLow = _mm256_set1_epi32(0xFFFF);
+    const __m256i v256 = _mm256_set1_epi32(256);
+    const __m256i vFirst = PairPattern<CHANNELS>(0);
+    const __m256i vSecond = PairPattern<CHANNELS>(1);
+    int x = 0;
+    for (; x + 8 <= _iCount; x += 8) {
+        const __m256i vE0 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(_pEntries + x));
+        const __m256i vE1 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(_pEntries + x + 4));
+        // The lanes hold pixels 0, 1, 4, 5 | 2, 3, 6, 7: the order the gathers' results come in.
+        const __m256i vXY =
+            _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castsi256_ps(vE0), _mm256_castsi256_ps(vE1), 0x88));
+        const __m256i vWord =
+            _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castsi256_ps(vE0), _mm256_castsi256_ps(vE1), 0xDD));
+        const __m256i vIn = _mm256_cmpeq_epi32(_mm256_and_si256(vWord, vInside), vInside);
+        // Pixels outside read the picture's first bytes with zero fractions, and are blacked out at the end.
+        const __m256i vFlags = _mm256_and_si256(vWord, vIn);
+        const __m256i vX = _mm256_and_si256(vXY, vLow);
+        const __m256i vY = _mm256_srli_epi32(vXY, 16);
+        const __m256i v00 = _mm256_and_si256(
+            _mm256_add_epi32(_mm256_mullo_epi32(vY, vStride), TimesChannels<CHANNELS>(vX)), vIn);
+        const __m256i v10 = _mm256_add_epi32(
+            v00, _mm256_and_si256(_mm256_cmpeq_epi32(_mm256_and_si256(vFlags, vStepY), vStepY), vStride));
+        if (_mm256_movemask_epi8(_mm256_cmpgt_epi32(v10, vLast))) {
+            for (int i = x; i < x + 8; ++i)
+                RemapPixel<CHANNELS>(_pEntries[i], _tSource, _pOut + i * CHANNELS);
+            continue;
+        }
+        // Offsets in the pixels' order: each gather brings two pixels per 128-bit lane, pixels
+        // 0, 1 | 2, 3 and 4, 5 | 6, 7.
+        const __m256i vTopIdx = _mm256_permute4x64_epi64(v00, 0xD8);
+        const __m256i vBottomIdx = _mm256_permute4x64_epi64(v10, 0xD8);
+        const __m256i vTopA = _mm256_i32gather_epi64(pllBase, _mm256_castsi256_si128(vTopIdx), 1);
+        const __m256i vTopB = _mm256_i32gather_epi64(pllBase, _mm256_extracti128_si256(vTopIdx, 1), 1);
+        const __m256i vBottomA = _mm256_i32gather_epi64(pllBase, _mm256_castsi256_si128(vBottomIdx), 1);
+        const __m256i vBottomB = _mm256_i32gather_epi64(pllBase, _mm256_extracti128_si256(vBottomIdx, 1), 1);
+        // (256 - fx, fx) and (256 - fy, fy) per pixel, in the lanes' order 0, 1, 4, 5 | 2, 3, 6, 7:
+        // broadcasting 32-bit lane k of each 128-bit lane gives the weights of pixels 0 | 2 (k = 0),
+        // 1 | 3, 4 | 6 and 5 | 7, which is where the pair patterns put those pixels.
+        const __m256i vFx = _mm256_and_si256(vFlags, vByte);
+        const __m256i vFy = _mm256_and_si256(_mm256_srli_epi32(vFlags, 8), vByte);
+        const __m256i vWx = _mm256_or_si256(_mm256_sub_epi32(v256, vFx), _mm256_slli_epi32(vFx, 16));
+        const __m256i vWy = _mm256_or_si256(_mm256_sub_epi32(v256, vFy), _mm256_slli_epi32(vFy, 16));
+        const __m256i vR02 = Bilinear(vTopA, vBottomA, vFirst, _mm256_shuffle_epi32(vWx, 0x00),
+                                      _mm256_shuffle_epi32(vWy, 0x00));
+        const __m256i vR13 = Bilinear(vTopA, vBottomA, vSecond, _mm256_shuffle_epi32(vWx, 0x55),
+                                      _mm256_shuffle_epi32(vWy, 0x55));
+        const __m256i vR46 = Bilinear(vTopB, vBottomB, vFirst, _mm256_shuffle_epi32(vWx, 0xAA),
+                                      _mm256_shuffle_epi32(vWy, 0xAA));
+        const __m256i vR57 = Bilinear(vTopB, vBottomB, vSecond, _mm256_shuffle_epi32(vWx, 0xFF),
+                                      _mm256_shuffle_epi32(vWy, 0xFF));
+        // Four bytes per pixel in the order 0, 1, 4, 5 | 2, 3, 6, 7, black outside, then in order.
+        __m256i vOut = _mm256_packus_epi16(_mm256_packus_epi32(vR02, vR13), _mm256_packus_epi32(vR46, vR57));
+        vOut = _mm256_permute4x64_epi64(_mm256_and_si256(vOut, vIn), 0xD8);
+        std::uint8_t* pOut = _pOut + x * CHANNELS;
+        if (CHANNELS == 4) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(pOut), vOut);
+        } else if (CHANNELS == 3) {
+            const __m256i vPack = _mm256_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1, 0,
+                                                   1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
+            vOut = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(vOut, vPack),
+                                               _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(pOut), _mm256_castsi256_si128(vOut));
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(pOut + 16), _mm256_extracti128_si256(vOut, 1));
+        } else if (CHANNELS == 2) {
+            const __m256i vPack = _mm256_setr_epi8(0, 1, 4, 5, 8, 9, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1,
+                                                   0, 1, 4, 5, 8, 9, 12, 13, -1, -1, -1, -1, -1, -1, -1, -1);
+            vOut = _mm256_permute4x64_epi64(_mm256_shuffle_epi8(vOut, vPack), 0x08);
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(pOut), _mm256_castsi256_si128(vOut));
+        } else {
+            const __m256i vPack =
+                _mm256_setr_epi8(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 0, 4, 8, 12, -1,
+                                 -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
+            vOut = _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(vOut, vPack),
+                                               _mm256_setr_epi32(0, 4, 1, 1, 1, 1, 1, 1));
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(pOut), _mm256_castsi256_si128(vOut));
+        }
+    }
+    for (; x < _iCount; ++x)
+        RemapPixel<CHANNELS>(_pEntries[x], _tSource, _pOut + x * CHANNELS);
+}
+#else
+bool CpuHasAvx2() {
+    return false;
+}
+#endif
+
+template <int CHANNELS> FN_RemapRow RowKernel(n_RemapKernel _eKernel) {
+#if FISHEYE_DEWARP_X86
+    if (n_RemapKernel::Avx2 == _eKernel)
+        return &RemapRowAvx2<CHANNELS>;
+#else
+    (void)_eKernel;
+#endif
+    return &RemapRowScalar<CHANNELS>;
+}
+
+} // namespace
+
+bool HaveAvx2() {
+    return CpuHasAvx2();
+}
+
+FN_RemapRow SelectRowKernel(int _iChannels, n_RemapKernel _eKernel, std::size_t _uSourceSize) {
+    n_RemapKernel eKernel = _eKernel;
+    if (n_RemapKernel::Best == eKernel)
+        eKernel = CpuHasAvx2() ? n_RemapKernel::Avx2 : n_RemapKernel::Scalar;
+    // The vector kernel computes byte offsets in 32-bit lanes; larger pictures take the scalar one
+    // (the same bytes).
+    if (_uSourceSize > static_cast<std::size_t>(std::numeric_limits<int>::max()))
+        eKernel = n_RemapKernel::Scalar;
+    switch (_iChannels) {
+    case 1:
+        return RowKernel<1>(eKernel);
+    case 2:
+        return RowKernel<2>(eKernel);
+    case 3:
+        return RowKernel<3>(eKernel);
+    default:
+        return RowKernel<4>(eKernel);
+    }
+}
+
+} // namespace fisheye

@@ -1,0 +1,9 @@
+# Tests of the shared fisheye geometry (label unit).
+if(NOT TARGET GTest::gtest) # cross builds have GoogleTest from tests/, built from its sources
+    find_package(GTest REQUIRED)
+endif()
+add_executable(test_fisheye_geometry ${CMAKE_CURRENT_LIST_DIR}/test_geometry.cpp)
+target_link_libraries(test_fisheye_geometry PRIVATE fishplayer_fisheye_geometry GTest::gtest GTest::gtest_main)
+add_test(NAME fisheye.unit COMMAND test_fisheye_geometry)
+set_tests_properties(fisheye.unit PROPERTIES LABELS "unit")
+fishplayer_sanitizer_environment(fisheye.unit)
