@@ -106,12 +106,7 @@ protected:
 
     // Mean absolute difference per channel after both pictures are brought to one size.
     static double Difference(const DemoImage& _tA, const DemoImage& _tB) {
-        const DemoImage tA = _tA.Scaled(64, 48);
-        const DemoImage tB = _tB.Scaled(64, 48);
-        double dSum = 0;
-        for (int i = 0; i < tA.ByteCount(); ++i)
-            dSum += std::abs(tA.Data()[i] - tB.Data()[i]);
-        return dSum / tA.ByteCount();
+        return DemoImage::Difference(_tA, _tB);
     }
 
     static QTemporaryDir* s_pDir;

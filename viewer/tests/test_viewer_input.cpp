@@ -21,12 +21,7 @@
 namespace {
 
 double Difference(const DemoImage& _tA, const DemoImage& _tB) {
-    const DemoImage tA = _tA.Scaled(64, 48);
-    const DemoImage tB = _tB.Scaled(64, 48);
-    double dSum = 0;
-    for (int i = 0; i < tA.ByteCount(); ++i)
-        dSum += std::abs(tA.Data()[i] - tB.Data()[i]);
-    return dSum / tA.ByteCount();
+    return DemoImage::Difference(_tA, _tB);
 }
 
 // Xvfb on the first free display (it says which on its standard output), stopped at the end.
