@@ -272,8 +272,11 @@ public:
         QMenu* pMount = pView->addMenu(QStringLiteral("&Mounting"));
         auto* pGroup = new QActionGroup(this);
         const char* apcMounts[] = {"&Wall", "&Ceiling", "&Floor"};
+        const char* apcKeys[] = {"Ctrl+Shift+W", "Ctrl+Shift+C", "Ctrl+Shift+F"};
         for (int iMount = 1; iMount <= 3; ++iMount) {
             QAction* pAction = pMount->addAction(QString::fromLatin1(apcMounts[iMount - 1]));
+            pAction->setShortcut(QKeySequence(QString::fromLatin1(apcKeys[iMount - 1])));
+            m_vecMountActions.push_back(pAction);
             pAction->setCheckable(true);
             pAction->setChecked(iMount == m_tOptions.m_iMount);
             pGroup->addAction(pAction);
@@ -330,6 +333,12 @@ protected:
             return ToggleFullWindow(pView);
         if (iKey == Qt::Key_0 && !blCtrl && pView && pView->m_iPtzIndex >= 0)
             return ResetPtz(pView->m_iPtzIndex);
+        // The mountings' keys, also when a view's native window has the keyboard (where the
+        // window's shortcuts do not reach).
+        const QKeySequence qkeys(static_cast<int>(_pEvent->modifiers()) | iKey);
+        for (QAction* pAction : m_vecMountActions)
+            if (pAction->shortcut() == qkeys)
+                return pAction->trigger();
         if (iKey >= Qt::Key_1 && iKey <= Qt::Key_9)
             return blCtrl ? StorePreset(iKey - Qt::Key_0) : RecallPreset(iKey - Qt::Key_0);
         QMainWindow::keyPressEvent(_pEvent);
@@ -585,6 +594,7 @@ public:
             "S: a PNG of that view in the working folder; Shift+S: all views.\n"
             "F: that view alone in the window, F again: every view.\n"
             "Ctrl+1...9: store the PTZ views' places as a preset of this camera; 1...9: recall it.\n"
+            "Ctrl+Shift+W, C, F: wall, ceiling or floor mounting.\n"
             "Presets, mounting and views are kept per camera in ~/.config/fishplayer/fishviewer.conf.");
     }
 
@@ -850,6 +860,7 @@ private:
     std::vector<PtzPlace> m_vecHome; // where the PTZ views started
     std::vector<int> m_vecSteering;  // each PTZ view's latest move (an older one stops)
     bool m_blFullWindow = false;
+    std::vector<QAction*> m_vecMountActions;
     QElapsedTimer m_qtimeRates; // the second the rates are counted over
     long long m_llDecodedAtSecond = 0;
     long long m_llLastDecoded = 0;

@@ -1,10 +1,12 @@
 // The viewer driven with real X input (xdotool) on an X server of its own (Xvfb on a free
 // display): a preset stored, the viewer restarted, the preset recalled shows the view again; the
-// snapshot key writes a PNG of the view.
+// snapshot key writes a PNG of the view; a mounting change from the menu keeps the window's size
+// and the PTZ view's place.
 #include "DemoImage.h"
 #include "DemoSupport.h"
 
 #include <QElapsedTimer>
+#include <QFile>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QRegularExpression>
@@ -207,6 +209,38 @@ TEST_F(ViewerInput, APresetStoredBeforeARestartShowsTheSameViewWhenRecalled) {
     EXPECT_LT(Difference(tStored, tRecalled), dMoved / 3) << "the preset did not bring the view back";
     std::printf("moved %.1f, restarted %.1f, recalled %.1f\n", dMoved, Difference(tStart, tRestarted),
                 Difference(tStored, tRecalled));
+}
+
+TEST_F(ViewerInput, AMountingChangeKeepsTheWindowSizeAndThePtzViewsPlace) {
+    StartViewer();
+    ASSERT_FALSE(HasFatalFailure());
+    // Somewhere else than the start, and where it is (stored as preset 2, which says the place).
+    Keys({QStringLiteral("Right"), QStringLiteral("Right"), QStringLiteral("plus"), QStringLiteral("plus"),
+          QStringLiteral("ctrl+2")});
+    const std::string strGeometry = Xdo({QStringLiteral("getwindowgeometry"), m_qstrWindow}).m_strOut;
+    // View > Mounting > Wall, by its keys.
+    Keys({QStringLiteral("ctrl+shift+w")});
+    QThread::msleep(4000); // the new player, its first outlines, the rounds that bring the view back
+    EXPECT_EQ(Xdo({QStringLiteral("getwindowgeometry"), m_qstrWindow}).m_strOut, strGeometry);
+    StopViewer();
+    const QRegularExpression qreStored(QStringLiteral("preset 2 stored: ([0-9.]+) ([0-9.]+) ([0-9]+)\n"));
+    const QRegularExpression qreAt(QStringLiteral("PTZ 1 at ([0-9.]+) ([0-9.]+), zoom ([0-9]+)\n"));
+    const QString qstrOutput = QString::fromStdString(m_strOutput);
+    const QRegularExpressionMatch qmatchStored = qreStored.match(qstrOutput);
+    ASSERT_TRUE(qmatchStored.hasMatch()) << m_strOutput;
+    QRegularExpressionMatch qmatchAt;
+    for (auto it = qreAt.globalMatch(qstrOutput, qmatchStored.capturedEnd()); it.hasNext();)
+        qmatchAt = it.next(); // the last place said: after the change
+    ASSERT_TRUE(qmatchAt.hasMatch()) << m_strOutput;
+    EXPECT_NEAR(qmatchAt.captured(1).toDouble(), qmatchStored.captured(1).toDouble(), 0.01) << m_strOutput;
+    EXPECT_NEAR(qmatchAt.captured(2).toDouble(), qmatchStored.captured(2).toDouble(), 0.01) << m_strOutput;
+    EXPECT_EQ(qmatchAt.captured(3), qmatchStored.captured(3));
+    // The mounting is this camera's from now on, with its views.
+    QFile qConfig(m_qDir.filePath(QStringLiteral("config/fishplayer/fishviewer.conf")));
+    ASSERT_TRUE(qConfig.open(QIODevice::ReadOnly));
+    const QByteArray qbaConfig = qConfig.readAll();
+    EXPECT_TRUE(qbaConfig.contains("mount=1\n")) << qbaConfig.toStdString();
+    EXPECT_TRUE(qbaConfig.contains("views=360, ptz1\n")) << qbaConfig.toStdString();
 }
 
 } // namespace
