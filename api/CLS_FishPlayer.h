@@ -33,6 +33,38 @@
 // for the draw thread and would never return. Overlay drawing starts when views other than PTZ
 // and source views are created with drawing enabled; FishPlayer_EnableDraw(id, false) stops it
 // until the views are created again.
+//
+// Window handles. The void* handles (the main window and the views' windows) are handed to the
+// engine as they are; the library never draws into them. On Windows each is an HWND, cast to
+// void*. On Linux with the open engine each is an X11 window id (a Qt widget's winId(), cast
+// through quintptr), or an off-screen surface of the engine's KW_Ext_CreateSurface, which the
+// client reads back as RGB pictures (the example client and the demo do that). The main window
+// shows the source picture; the source and whole-fisheye views open no engine correction, so a
+// client paints those two from the main window's picture (the whole fisheye is the lens circle's
+// part of it).
+//
+// Units of the controls.
+// - FishPlayer_PTZCtl: _tParam holds a horizontal, a vertical and a zoom step. With mounting mode
+//   1 (wall) a step moves the view's centre by that many ten-thousandths of the fisheye picture's
+//   width or height; with modes 2 and 3 (ceiling, floor; mode 3 mirrored) the horizontal step
+//   turns the view about the picture's centre (10000 is half a turn) and the vertical step moves
+//   it toward or away from the centre, in ten-thousandths. The zoom step is in zoom-value units.
+// - Zoom sign: a view's zoom value is kept between 550 and 15000 and starts at 10000;
+//   n_PTZCtlCmd_ZoomDec lowers it by the zoom step, n_PTZCtlCmd_ZoomInc raises it, and
+//   FishPlayer_PTZWindowCtl with n_CtlCmd_Zoom lowers it by 5 per step (a positive step, the
+//   wheel's delta turned up, lowers it). With the open algorithm a lower value is a narrower view,
+//   so a client passing the wheel's delta zooms in on wheel-up (docs/geometry.md).
+// - Drags: FishPlayer_PTZWindowCtl with n_CtlCmd_Move takes the mouse's displacement in window
+//   pixels of _rect; FishPlayer_DrawWindowCtl takes a drag's start and end points in the
+//   fisheye view's window pixels; FishPlayer_CorrectWindowCtl turns a panorama by the horizontal
+//   distance given (pass the opposite of the mouse's for the picture to follow it).
+//
+// The lens circle. The library learns where the lens's image circle lies in the source picture
+// as channel user data: an area record (osd_TLDCSet) that the engine delivers for the engine
+// player named by the play index (SetPlayIndex before the creation). A camera sends it in its
+// stream; a client that knows the area already passes it with _blIsInitUserData true and the
+// area in _tTLDSet. GetIsInitUserData tells when the area has arrived; until then the views have
+// no geometry to dewarp with.
 #ifndef CLS_FISH_PLAYER_H
 #define CLS_FISH_PLAYER_H
 

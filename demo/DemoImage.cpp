@@ -289,3 +289,12 @@ DemoImage DemoImage::LoadPng(const QString& _qstrPath) {
         return {};
     return FromPng(qFile.readAll());
 }
+
+double DemoImage::Difference(const DemoImage& _tA, const DemoImage& _tB) {
+    const DemoImage tA = _tA.Scaled(64, 48);
+    const DemoImage tB = _tB.Scaled(64, 48);
+    double dSum = 0;
+    for (int i = 0; i < tA.ByteCount(); ++i)
+        dSum += std::abs(tA.Data()[i] - tB.Data()[i]);
+    return dSum / tA.ByteCount();
+}

@@ -35,6 +35,9 @@ public:
     DemoImage Cropped(int _iX, int _iY, int _iW, int _iH) const;
     // Scaled to _iW x _iH with bilinear filtering (area averaging when shrinking a lot).
     DemoImage Scaled(int _iW, int _iH) const;
+    // How unlike two pictures look: the mean difference of their bytes, both scaled to 64 x 48
+    // (0 to 255).
+    static double Difference(const DemoImage& _tA, const DemoImage& _tB);
     // Copies _tImage with its top-left corner at (_iX, _iY), clipped.
     void Paste(const DemoImage& _tImage, int _iX, int _iY);
     // A line _iThickness pixels wide from (_dX0, _dY0) to (_dX1, _dY1), in pixels.

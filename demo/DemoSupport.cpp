@@ -1,5 +1,7 @@
 #include "DemoSupport.h"
 
+#include <QProcess>
+
 #include <dlfcn.h>
 
 #include <algorithm>
@@ -45,4 +47,19 @@ QByteArray NoiseBytes(int _iSize, quint32 _uSeed) {
         c = static_cast<char>(_uSeed >> 24);
     }
     return qbaNoise;
+}
+
+ProgramRun RunProgram(const QString& _qstrProgram, const QStringList& _qlistArgs, int _iTimeoutMs) {
+    QProcess qProcess;
+    qProcess.start(_qstrProgram, _qlistArgs);
+    ProgramRun tRun;
+    if (!qProcess.waitForFinished(_iTimeoutMs)) {
+        qProcess.kill();
+        qProcess.waitForFinished(5000);
+    } else if (qProcess.exitStatus() == QProcess::NormalExit) {
+        tRun.m_iExit = qProcess.exitCode();
+    }
+    tRun.m_strOut = qProcess.readAllStandardOutput().toStdString();
+    tRun.m_strErr = qProcess.readAllStandardError().toStdString();
+    return tRun;
 }

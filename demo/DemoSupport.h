@@ -4,6 +4,10 @@
 #define FISHPLAYER_DEMO_SUPPORT_H
 
 #include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <string>
 
 // The engine's surface extension and player information, found in the engine that the library
 // loaded (the demo never loads an engine of its own).
@@ -33,5 +37,14 @@ const char* CodecName(int _iCodec);
 // _iSize pseudo-random bytes (a linear congruential sequence from _uSeed): input that is no
 // video format, for the tests of bad input.
 QByteArray NoiseBytes(int _iSize, quint32 _uSeed);
+
+// A program run to its end by a test: its exit status (-1 when it crashed or did not end within
+// _iTimeoutMs, then killed) and what it wrote.
+struct ProgramRun {
+    int m_iExit = -1;
+    std::string m_strOut;
+    std::string m_strErr;
+};
+ProgramRun RunProgram(const QString& _qstrProgram, const QStringList& _qlistArgs, int _iTimeoutMs);
 
 #endif // FISHPLAYER_DEMO_SUPPORT_H

@@ -9,6 +9,7 @@
 // H.264/H.265/MJPEG) holding H.264, H.265 or MJPEG video; it defaults to the sample clip
 // build/samples/fisheye_1920.h264 (scripts/make-sample.sh writes it). Run it where the loader
 // finds "Korvane.dll" and "zeb_algo_fcu.dll" (LD_LIBRARY_PATH=build/backends/engine:build/backends/algo).
+#include "CommandLine.h"
 #include "DemoImage.h"
 #include "DemoSupport.h"
 
@@ -86,7 +87,7 @@ struct Options {
     QString m_qstrOut = QStringLiteral("fishplayer-demo");
     int m_iWidth = 0;
     int m_iHeight = 0;
-    int m_iMount = 1;
+    int m_iMount = cmdline::MOUNT_CEILING;
     int m_iSheetWidth = 1280;
     double m_dScale = 1.0;
     fishsource::SourceOptions m_tSource;
@@ -97,86 +98,90 @@ struct Options {
 constexpr int ENGINE_QUEUE_FULL = -3;
 
 void Usage() {
-    std::fprintf(
-        stderr, "usage: fishplayer_demo [INPUT] [--out DIR] [--size WxH] [--mount N] [--sheet-width N]\n"
+    std::printf("usage: fishplayer_demo [INPUT] [--out DIR] [--size WxH] [--mount N] [--sheet-width N]\n"
                 "                       [--scale F] [--transport tcp|udp] [--timeout S] [--fast]\n"
-                "                       [--step-seconds S]\n"
+                "                       [--step-seconds S] [--help]\n"
                 "  INPUT          fisheye video file or URL: rtsp://, rtsps://, http(s)://, udp://, rtp://,\n"
                 "                 MP4, MKV, MOV, TS or raw H.264/H.265/MJPEG (default\n"
-                "                 build/samples/fisheye_1920.h264)\n"
+                "                 build/samples/fisheye_1920.h264, a ceiling-mounted scene)\n"
                 "  --out DIR      where the pictures go (default ./fishplayer-demo)\n"
-                "  --size WxH     picture size for the stream header (default: the stream's own)\n"
-                "  --mount N      mounting mode: 1 wall, 2 ceiling, 3 floor (default 1)\n"
-                "  --sheet-width  width of the contact sheet in pixels, 320 to 8192 (default 1280)\n"
+                "  --size WxH     picture size for the stream header, each side 16 to 16384\n"
+                "                 (default: the stream's own)\n"
+                "  --mount N      mounting mode: %s (default 2)\n"
+                "  --sheet-width N  width of the contact sheet in pixels, 320 to 8192 (default 1280)\n"
                 "  --scale F      size of the views, 0.1 to 4 times the default (default 1)\n"
                 "  --transport T  RTSP transport: tcp or udp (default tcp)\n"
                 "  --timeout S    a network source without data for S seconds (0.5 to 120) is\n"
                 "                 reconnected, or fails when opening (default 5)\n"
                 "  --fast         play files as fast as the engine decodes, not at their timestamps\n"
-                "  --step-seconds S  playing time of each step for live sources, 0.2 to 600 (default 2)\n");
+                "  --step-seconds S  playing time of each step for live sources, 0.2 to 600 (default 2)\n"
+                "  --help, -h     this text\n",
+                qPrintable(cmdline::MountChoices()));
 }
 
-bool ParseOptions(int _iArgc, char** _ppcArgv, Options& _tOptions) {
-    const QStringList qlistArgs = [&] {
-        QStringList qlist;
-        for (int i = 1; i < _iArgc; ++i)
-            qlist << QString::fromLocal8Bit(_ppcArgv[i]);
-        return qlist;
-    }();
-    for (int i = 0; i < qlistArgs.size(); ++i) {
-        const QString& qstrArg = qlistArgs[i];
-        const bool blHasValue = i + 1 < qlistArgs.size();
+cmdline::ParseResult ParseOptions(const QStringList& _qlistArgs, Options& _tOptions) {
+    cmdline::Parser tParser(QStringLiteral("fishplayer_demo"));
+    // The options that take a value, with what the value is.
+    const QMap<QString, QString> qmapValued = {
+        {QStringLiteral("--out"), QStringLiteral("a folder")},
+        {QStringLiteral("--mount"), cmdline::MountChoices()},
+        {QStringLiteral("--transport"), QStringLiteral("tcp or udp")},
+        {QStringLiteral("--timeout"), QStringLiteral("seconds, 0.5 to 120")},
+        {QStringLiteral("--step-seconds"), QStringLiteral("seconds, 0.2 to 600")},
+        {QStringLiteral("--sheet-width"), QStringLiteral("pixels, 320 to 8192")},
+        {QStringLiteral("--scale"), QStringLiteral("a factor, 0.1 to 4")},
+        {QStringLiteral("--size"), QStringLiteral("WIDTHxHEIGHT")}};
+    bool blInput = false;
+    for (int i = 0; i < _qlistArgs.size(); ++i) {
+        const QString& qstrArg = _qlistArgs[i];
+        if (cmdline::IsHelp(qstrArg))
+            return cmdline::ParseResult::Help;
+        if (qmapValued.contains(qstrArg) && i + 1 >= _qlistArgs.size()) {
+            tParser.MissingValue(qstrArg, qmapValued.value(qstrArg));
+            std::fprintf(stderr, "%s\n", qPrintable(tParser.Error()));
+            return cmdline::ParseResult::Refused;
+        }
         bool blOk = true;
-        if (qstrArg == QLatin1String("--help") || qstrArg == QLatin1String("-h")) {
-            return false;
-        } else if (qstrArg == QLatin1String("--out") && blHasValue) {
-            _tOptions.m_qstrOut = qlistArgs[++i];
-        } else if (qstrArg == QLatin1String("--mount") && blHasValue) {
-            _tOptions.m_iMount = qlistArgs[++i].toInt(&blOk);
-            blOk = blOk && _tOptions.m_iMount >= 1 && _tOptions.m_iMount <= 3;
-        } else if (qstrArg == QLatin1String("--transport") && blHasValue) {
-            const QString qstrTransport = qlistArgs[++i];
-            blOk = qstrTransport == QLatin1String("tcp") || qstrTransport == QLatin1String("udp");
+        if (qstrArg == QLatin1String("--out")) {
+            _tOptions.m_qstrOut = _qlistArgs[++i];
+        } else if (qstrArg == QLatin1String("--mount")) {
+            blOk = tParser.Mount(qstrArg, _qlistArgs[++i], _tOptions.m_iMount);
+        } else if (qstrArg == QLatin1String("--transport")) {
+            const QString qstrTransport = _qlistArgs[++i];
+            blOk = tParser.Choice(qstrArg, qstrTransport, {QStringLiteral("tcp"), QStringLiteral("udp")});
             _tOptions.m_tSource.m_tReader.m_eTransport = qstrTransport == QLatin1String("udp")
                                                              ? fishsource::RtspTransport::Udp
                                                              : fishsource::RtspTransport::Tcp;
-        } else if (qstrArg == QLatin1String("--timeout") && blHasValue) {
-            const double dSeconds = qlistArgs[++i].toDouble(&blOk);
-            blOk = blOk && dSeconds >= 0.5 && dSeconds <= 120;
-            _tOptions.m_tSource.m_tReader.m_iTimeoutMs = blOk ? static_cast<int>(dSeconds * 1000) : 0;
-        } else if (qstrArg == QLatin1String("--step-seconds") && blHasValue) {
-            _tOptions.m_dStepSeconds = qlistArgs[++i].toDouble(&blOk);
-            blOk = blOk && _tOptions.m_dStepSeconds >= 0.2 && _tOptions.m_dStepSeconds <= 600;
+        } else if (qstrArg == QLatin1String("--timeout")) {
+            double dSeconds = 0;
+            blOk = tParser.Real(qstrArg, _qlistArgs[++i], 0.5, 120, dSeconds);
+            _tOptions.m_tSource.m_tReader.m_iTimeoutMs = static_cast<int>(dSeconds * 1000);
+        } else if (qstrArg == QLatin1String("--step-seconds")) {
+            blOk = tParser.Real(qstrArg, _qlistArgs[++i], 0.2, 600, _tOptions.m_dStepSeconds);
         } else if (qstrArg == QLatin1String("--fast")) {
             _tOptions.m_tSource.m_blPaced = false;
-        } else if (qstrArg == QLatin1String("--sheet-width") && blHasValue) {
-            _tOptions.m_iSheetWidth = qlistArgs[++i].toInt(&blOk);
-            blOk = blOk && _tOptions.m_iSheetWidth >= 320 && _tOptions.m_iSheetWidth <= 8192;
-        } else if (qstrArg == QLatin1String("--scale") && blHasValue) {
-            _tOptions.m_dScale = qlistArgs[++i].toDouble(&blOk);
-            blOk = blOk && _tOptions.m_dScale >= 0.1 && _tOptions.m_dScale <= 4.0;
-        } else if (qstrArg == QLatin1String("--size") && blHasValue) {
-            const QStringList qlistSize = qlistArgs[++i].split(QLatin1Char('x'));
-            bool blOkH = false;
-            blOk = qlistSize.size() == 2;
-            if (blOk) {
-                _tOptions.m_iWidth = qlistSize[0].toInt(&blOk);
-                _tOptions.m_iHeight = qlistSize[1].toInt(&blOkH);
-            }
-            blOk = blOk && blOkH && _tOptions.m_iWidth >= 16 && _tOptions.m_iHeight >= 16 &&
-                   _tOptions.m_iWidth <= 16384 && _tOptions.m_iHeight <= 16384;
-        } else if (!qstrArg.startsWith(QLatin1String("--"))) {
-            _tOptions.m_qstrVideo = qstrArg;
+        } else if (qstrArg == QLatin1String("--sheet-width")) {
+            blOk = tParser.Int(qstrArg, _qlistArgs[++i], 320, 8192, _tOptions.m_iSheetWidth);
+        } else if (qstrArg == QLatin1String("--scale")) {
+            blOk = tParser.Real(qstrArg, _qlistArgs[++i], 0.1, 4.0, _tOptions.m_dScale);
+        } else if (qstrArg == QLatin1String("--size")) {
+            blOk = tParser.Size(qstrArg, _qlistArgs[++i], _tOptions.m_iWidth, _tOptions.m_iHeight);
+        } else if (qstrArg.startsWith(QLatin1Char('-')) && qstrArg.size() > 1) {
+            blOk = tParser.Unknown(qstrArg);
+        } else if (blInput) {
+            blOk = tParser.Refuse(QStringLiteral("a second input '%1': the demo plays one").arg(qstrArg));
         } else {
-            blOk = false;
+            _tOptions.m_qstrVideo = qstrArg;
+            blInput = true;
         }
         if (!blOk) {
-            std::fprintf(stderr, "fishplayer_demo: bad argument %s\n", qPrintable(qstrArg));
-            return false;
+            std::fprintf(stderr, "%s\n", qPrintable(tParser.Error()));
+            return cmdline::ParseResult::Refused;
         }
     }
+    tParser.PrintNotes();
     _tOptions.m_tSource.m_tReader.m_strUrl = _tOptions.m_qstrVideo.toStdString();
-    return true;
+    return cmdline::ParseResult::Run;
 }
 
 // The bounding box of the picture's non-dark part: where the lens's image circle lies.
@@ -694,10 +699,10 @@ int main(int _iArgc, char** _ppcArgv) {
     // Progress lines reach a pipe (a CI log, a test) as they are written.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     Options tOptions;
-    if (!ParseOptions(_iArgc, _ppcArgv, tOptions)) {
-        Usage();
-        return 2;
-    }
+    const int iExit =
+        cmdline::ExitWithoutRunning(ParseOptions(cmdline::Arguments(_iArgc, _ppcArgv), tOptions), Usage);
+    if (iExit >= 0)
+        return iExit;
     Demo tDemo(tOptions);
     return tDemo.Run();
 }

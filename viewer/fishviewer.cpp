@@ -15,6 +15,7 @@
 // keys and +/- send PTZ commands to it; drag an outline on the fisheye view; drag a panorama to
 // turn it. --self-test plays for a while, drags and zooms PTZ view 0 with mouse events, writes
 // screenshots before and after into DIR and quits.
+#include "CommandLine.h"
 #include "DemoSupport.h"
 
 #include <CLS_FishPlayer.h>
@@ -23,7 +24,10 @@
 #include <QAction>
 #include <QActionGroup>
 #include <QApplication>
+#include <QCursor>
+#include <QDateTime>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileDialog>
 #include <QGridLayout>
@@ -33,10 +37,12 @@
 #include <QKeyEvent>
 #include <QMainWindow>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <QScreen>
+#include <QSettings>
 #include <QStatusBar>
 #include <QTimer>
 #include <QWheelEvent>
@@ -72,6 +78,12 @@ Outlines LatestOverlay() {
     return g_overlay;
 }
 
+// After a player is deleted: its outlines are no one's.
+void ClearOverlay() {
+    std::lock_guard<std::mutex> lock(g_mutexOverlay);
+    g_overlay.clear();
+}
+
 // Centre of a PTZ view's outline, 0 to 1 of the fisheye; (-1, -1) when it has none.
 QPointF OutlineCentre(const Outlines& _overlay, int _iPtz) {
     double dX = 0, dY = 0;
@@ -86,22 +98,47 @@ QPointF OutlineCentre(const Outlines& _overlay, int _iPtz) {
     return iCount ? QPointF(dX / iCount, dY / iCount) : QPointF(-1, -1);
 }
 
+// Qt's log, the library's lines included (the library writes one each overlay pass while no PTZ
+// view exists): on standard error with --verbose; otherwise only what ends the program.
+bool g_blVerbose = false;
+
+void OnQtMessage(QtMsgType _eType, const QMessageLogContext&, const QString& _qstrMessage) {
+    if (g_blVerbose || _eType == QtFatalMsg)
+        std::fprintf(stderr, "%s\n", qPrintable(_qstrMessage));
+}
+
+constexpr int MAX_PTZ_VIEWS = 4;
 const QColor PTZ_COLORS[] = {QColor(255, 64, 64), QColor(64, 220, 64), QColor(80, 140, 255),
                              QColor(255, 210, 40)};
 
 struct Options {
     QString m_qstrVideo = QStringLiteral("build/samples/fisheye_1920.h264");
-    int m_iMount = 1;
+    int m_iMount = cmdline::MOUNT_CEILING;
     QStringList m_qlistViews = {QStringLiteral("source"), QStringLiteral("fisheye"), QStringLiteral("360"),
                                 QStringLiteral("180"),    QStringLiteral("lat"),     QStringLiteral("ptz4")};
     int m_iWidth = 0; // --size: the stream header's size instead of the stream's own
     int m_iHeight = 0;
     fishsource::RtspTransport m_eTransport = fishsource::RtspTransport::Tcp;
     QString m_qstrSelfTest;
+    bool m_blVerbose = false;    // Qt's log (the library's lines included) on standard error
+    bool m_blMountGiven = false; // otherwise the camera's last mounting and views
+    bool m_blViewsGiven = false;
 };
 
 // The engine's result when its packet queue is full.
 constexpr int ENGINE_QUEUE_FULL = -3;
+// The library's PTZ zoom values: where a view starts, and the range it keeps them in.
+constexpr int ZOOM_START = 10000;
+constexpr int ZOOM_LOWEST = 550;
+constexpr int ZOOM_HIGHEST = 15000;
+// The step of the arrow keys and +/- (the library's units: a ten-thousandth of the fisheye for a
+// flat move, of a half turn about the centre for ceiling and floor; zoom value units).
+constexpr int PTZ_STEP = 300;
+// Putting a PTZ view at a place: rounds of drags, the outlines' wait, near enough (of the fisheye).
+constexpr int STEER_ROUNDS = 12;
+constexpr double STEER_SHARE = 0.9;
+constexpr int STEER_WAIT_MS = 150;
+constexpr double STEER_CLOSE = 0.002;
 
 class Viewer;
 
@@ -112,7 +149,7 @@ public:
     ViewWidget(Viewer* _pViewer, QString _qstrName, int _iType, int _iPtzIndex)
         : m_qstrName(std::move(_qstrName)), m_iType(_iType), m_iPtzIndex(_iPtzIndex), m_pViewer(_pViewer) {
         setMinimumSize(160, 120);
-        setFocusPolicy(Qt::ClickFocus);
+        setFocusPolicy(Qt::StrongFocus);
         setObjectName(m_qstrName);
         if (IsEngineView()) {
             setAttribute(Qt::WA_NativeWindow);
@@ -130,6 +167,11 @@ public:
     int m_iPtzIndex;
 
 protected:
+    bool event(QEvent* _pEvent) override {
+        if (_pEvent->type() == QEvent::Enter) // the keys go to the view under the mouse
+            setFocus(Qt::MouseFocusReason);
+        return QWidget::event(_pEvent);
+    }
     void paintEvent(QPaintEvent*) override;
     void mousePressEvent(QMouseEvent* _pEvent) override;
     void mouseMoveEvent(QMouseEvent* _pEvent) override;
@@ -140,6 +182,62 @@ private:
     Viewer* m_pViewer;
     QPoint m_qptLast;
     int m_iDraggedPtz = -1;
+};
+
+constexpr int GRID_COLUMNS = 4;
+
+// A view with its name above it, kept at its aspect ratio (centred, black around it) when it has
+// one.
+class LabelledView : public QWidget {
+public:
+    LabelledView(ViewWidget* _pView, double _dAspect) : m_pView(_pView), m_dAspect(_dAspect) {
+        m_pLabel = new QLabel(this);
+        m_pLabel->setObjectName(_pView->m_qstrName + QStringLiteral("-label"));
+        m_pLabel->setText(_pView->m_iPtzIndex < 0
+                              ? Caption(*_pView).toHtmlEscaped()
+                              // a square of its outline's colour on the fisheye view
+                              : QStringLiteral("<span style=\"color:%1\">&#9632;</span> %2")
+                                    .arg(PTZ_COLORS[_pView->m_iPtzIndex % MAX_PTZ_VIEWS].name(),
+                                         Caption(*_pView).toHtmlEscaped()));
+        _pView->setParent(this);
+        setMinimumSize(_pView->minimumSize() + QSize(0, m_pLabel->sizeHint().height()));
+    }
+
+    static QString Caption(const ViewWidget& _tView) {
+        switch (_tView.m_iType) {
+        case 0:
+            return QStringLiteral("source");
+        case CORRECT_TYPE_FISHEYE:
+            return QStringLiteral("fisheye (drag an outline)");
+        case CORRECT_TYPE_360:
+            return QStringLiteral("360 panorama (drag to turn)");
+        case CORRECT_TYPE_180:
+            return QStringLiteral("180 panorama (drag to turn)");
+        case CORRECT_TYPE_LAT:
+            return QStringLiteral("LAT");
+        default:
+            return QStringLiteral("PTZ %1 (drag, wheel, arrows, +/-)").arg(_tView.m_iPtzIndex + 1);
+        }
+    }
+
+protected:
+    void resizeEvent(QResizeEvent*) override {
+        const int iLabel = m_pLabel->sizeHint().height();
+        m_pLabel->setGeometry(0, 0, width(), iLabel);
+        QRect qrect(0, iLabel, width(), height() - iLabel);
+        if (m_dAspect > 0) {
+            const int iW = std::min(qrect.width(), static_cast<int>(qrect.height() * m_dAspect));
+            const int iH = std::min(qrect.height(), static_cast<int>(iW / m_dAspect));
+            qrect =
+                QRect(qrect.x() + (qrect.width() - iW) / 2, qrect.y() + (qrect.height() - iH) / 2, iW, iH);
+        }
+        m_pView->setGeometry(qrect);
+    }
+
+private:
+    ViewWidget* m_pView;
+    QLabel* m_pLabel;
+    double m_dAspect;
 };
 
 class Viewer : public QMainWindow {
@@ -164,22 +262,31 @@ public:
             if (blOk && !qstrUrl.trimmed().isEmpty())
                 OpenInput(qstrUrl.trimmed());
         });
+        connect(pFile->addAction(QStringLiteral("&Snapshot of every view (Shift+S)")), &QAction::triggered,
+                this, [this] { Snapshot(nullptr, QStringLiteral("all")); });
         pFile->addSeparator();
-        connect(pFile->addAction(QStringLiteral("&Quit")), &QAction::triggered, this, &QWidget::close);
-        QMenu* pMount = menuBar()->addMenu(QStringLiteral("&Mounting"));
+        QAction* pQuit = pFile->addAction(QStringLiteral("&Quit"));
+        pQuit->setShortcut(QKeySequence::Quit);
+        connect(pQuit, &QAction::triggered, this, &QWidget::close);
+        QMenu* pView = menuBar()->addMenu(QStringLiteral("&View"));
+        QMenu* pMount = pView->addMenu(QStringLiteral("&Mounting"));
         auto* pGroup = new QActionGroup(this);
         const char* apcMounts[] = {"&Wall", "&Ceiling", "&Floor"};
+        const char* apcKeys[] = {"Ctrl+Shift+W", "Ctrl+Shift+C", "Ctrl+Shift+F"};
         for (int iMount = 1; iMount <= 3; ++iMount) {
             QAction* pAction = pMount->addAction(QString::fromLatin1(apcMounts[iMount - 1]));
+            pAction->setShortcut(QKeySequence(QString::fromLatin1(apcKeys[iMount - 1])));
+            m_vecMountActions.push_back(pAction);
             pAction->setCheckable(true);
             pAction->setChecked(iMount == m_tOptions.m_iMount);
             pGroup->addAction(pAction);
             connect(pAction, &QAction::triggered, this, [this, iMount] {
                 m_tOptions.m_iMount = iMount;
+                StoreLayout();
                 Open();
             });
         }
-        QMenu* pViews = menuBar()->addMenu(QStringLiteral("&Views"));
+        QMenu* pViews = pView->addMenu(QStringLiteral("&Views"));
         for (const char* pcView : {"source", "fisheye", "360", "180", "lat", "ptz1", "ptz4"}) {
             QAction* pAction = pViews->addAction(QString::fromLatin1(pcView));
             pAction->setCheckable(true);
@@ -197,14 +304,47 @@ public:
                                  qlistViews.end());
                 if (_blOn)
                     m_tOptions.m_qlistViews.append(qstrView);
+                StoreLayout();
                 Open();
             });
         }
+        QMenu* pHelp = menuBar()->addMenu(QStringLiteral("&Help"));
+        connect(pHelp->addAction(QStringLiteral("&Controls")), &QAction::triggered, this, [this] {
+            QMessageBox::information(this, QStringLiteral("fishviewer controls"), ControlsText());
+        });
         connect(&m_qtimerPaint, &QTimer::timeout, this, &Viewer::RefreshPictures);
         connect(&m_qtimerProbe, &QTimer::timeout, this, &Viewer::Probe);
     }
     ~Viewer() override { Close(); }
 
+protected:
+    void keyPressEvent(QKeyEvent* _pEvent) override {
+        // The view under the mouse, or else the focused one.
+        auto* pView = dynamic_cast<ViewWidget*>(QApplication::widgetAt(QCursor::pos()));
+        if (!pView)
+            pView = dynamic_cast<ViewWidget*>(QApplication::focusWidget());
+        const int iKey = _pEvent->key();
+        const bool blCtrl = _pEvent->modifiers() & Qt::ControlModifier;
+        if (iKey == Qt::Key_S)
+            return _pEvent->modifiers() & Qt::ShiftModifier
+                       ? Snapshot(nullptr, QStringLiteral("all"))
+                       : Snapshot(pView, pView ? pView->m_qstrName : QStringLiteral("all"));
+        if (iKey == Qt::Key_F)
+            return ToggleFullWindow(pView);
+        if (iKey == Qt::Key_0 && !blCtrl && pView && pView->m_iPtzIndex >= 0)
+            return ResetPtz(pView->m_iPtzIndex);
+        // The mountings' keys, also when a view's native window has the keyboard (where the
+        // window's shortcuts do not reach).
+        const QKeySequence qkeys(static_cast<int>(_pEvent->modifiers()) | iKey);
+        for (QAction* pAction : m_vecMountActions)
+            if (pAction->shortcut() == qkeys)
+                return pAction->trigger();
+        if (iKey >= Qt::Key_1 && iKey <= Qt::Key_9)
+            return blCtrl ? StorePreset(iKey - Qt::Key_0) : RecallPreset(iKey - Qt::Key_0);
+        QMainWindow::keyPressEvent(_pEvent);
+    }
+
+public:
     // False when no engine with surfaces was loaded; a source that fails is shown, not fatal.
     bool Start() {
         m_pFish = CLS_FishPlayer::GetInstance();
@@ -227,7 +367,16 @@ public:
     // (Re)creates the source, the grid and the player for the current input, mount and view set.
     // False when the source failed; its message then stands in place of the views.
     bool Open() {
+        // The same input again (another mounting or layout): the PTZ views keep their places.
+        const std::vector<PtzPlace> vecPlaces =
+            m_qstrOpened == m_tOptions.m_qstrVideo ? PtzPlaces() : std::vector<PtzPlace>();
         Close();
+        m_vecZoom.clear();
+        m_vecHome.clear();
+        m_qtimeRates.invalidate();
+        m_llLastDecoded = m_llDropped = 0;
+        m_iShownInSecond = 0;
+        m_qstrOpened = m_tOptions.m_qstrVideo;
         setWindowTitle(QStringLiteral("fishviewer - %1").arg(m_tOptions.m_qstrVideo));
         m_pSource.reset(new fishsource::MediaSource(SourceOptions()));
         statusBar()->showMessage(QStringLiteral("opening %1").arg(m_tOptions.m_qstrVideo));
@@ -244,11 +393,22 @@ public:
         auto* pGrid = new QWidget(this);
         auto* pLayout = new QGridLayout(pGrid);
         pLayout->setSpacing(4);
-        int iCell = 0;
+        // Rows of GRID_COLUMNS units (a panorama takes two); the last view of a row takes what is
+        // left of it, so that a view left out leaves no hole.
+        struct Cell {
+            ViewWidget* m_pView;
+            int m_iSpan;
+        };
+        std::vector<std::vector<Cell>> vecRows(1);
+        int iUsed = 0;
         auto Add = [&](const QString& _qstrName, int _iType, int _iPtz, int _iSpan) {
+            if (iUsed + _iSpan > GRID_COLUMNS) {
+                vecRows.emplace_back();
+                iUsed = 0;
+            }
             auto* pView = new ViewWidget(this, _qstrName, _iType, _iPtz);
-            pLayout->addWidget(pView, iCell / 4, iCell % 4, 1, _iSpan);
-            iCell += _iSpan;
+            vecRows.back().push_back({pView, _iSpan});
+            iUsed += _iSpan;
             m_vecViews.push_back(pView);
         };
         for (const QString& qstrView : m_tOptions.m_qlistViews) {
@@ -263,13 +423,25 @@ public:
             else if (qstrView == QLatin1String("lat"))
                 Add(qstrView, CORRECT_TYPE_LAT, -1, 2);
         }
-        iCell = (iCell + 3) / 4 * 4;
+        iUsed = GRID_COLUMNS; // the PTZ views start a row of their own
         for (const QString& qstrView : m_tOptions.m_qlistViews)
             if (qstrView.startsWith(QLatin1String("ptz")))
-                for (int i = 0; i < std::clamp(qstrView.mid(3).toInt(), 1, 4); ++i)
+                for (int i = 0; i < qstrView.mid(3).toInt(); ++i)
                     Add(QStringLiteral("ptz%1").arg(i), CORRECT_TYPE_PTZ, i, 1);
+        int iRow = 0;
+        for (const std::vector<Cell>& vecRow : vecRows) {
+            int iColumn = 0;
+            for (size_t i = 0; i < vecRow.size(); ++i) {
+                const int iSpan = i + 1 == vecRow.size() ? GRID_COLUMNS - iColumn : vecRow[i].m_iSpan;
+                pLayout->addWidget(new LabelledView(vecRow[i].m_pView, AspectOf(*vecRow[i].m_pView)), iRow,
+                                   iColumn, 1, iSpan);
+                iColumn += iSpan;
+            }
+            iRow += vecRow.empty() ? 0 : 1;
+        }
         setCentralWidget(pGrid);
-        resize(1024, 720);
+        if (!isVisible())
+            resize(1024, 720); // the first time only: later layouts keep the window's size
         show();
         QApplication::processEvents(); // the native windows exist at their final size
 
@@ -292,6 +464,7 @@ public:
             return Fail(QStringLiteral("the source of %1 did not start").arg(m_tOptions.m_qstrVideo));
         m_qtimerPaint.start(40);
         m_qtimerProbe.start(5);
+        RestorePlaces(vecPlaces);
         return true;
     }
 
@@ -304,6 +477,7 @@ public:
         if (m_iId >= 0)
             m_pFish->FishPlayer_DeleteAllPlayer(m_iId);
         m_iId = -1;
+        ClearOverlay();
         if (m_hMain)
             m_tEngine.m_pfDestroySurface(m_hMain);
         m_hMain = nullptr;
@@ -311,6 +485,193 @@ public:
         m_qimgMain = QImage();
         m_qstrFailure.clear();
         delete takeCentralWidget();
+    }
+
+    // PTZ commands, zoom and moves of PTZ view _iPtz, keeping its zoom value as the library does
+    // (550 to 15000, a wheel step lowering it by five, a zoom command by its step).
+    void PtzCommand(int _iPtz, n_PTZCtlCmd _eCmd) {
+        if (_eCmd == n_PTZCtlCmd_ZoomDec || _eCmd == n_PTZCtlCmd_ZoomInc)
+            SetZoomValue(_iPtz, Zoom(_iPtz) + (_eCmd == n_PTZCtlCmd_ZoomInc ? PTZ_STEP : -PTZ_STEP));
+        m_pFish->FishPlayer_PTZCtl(m_iId, _iPtz, {PTZ_STEP, PTZ_STEP, PTZ_STEP}, _eCmd);
+    }
+    void Wheel(int _iPtz, int _iSteps, const STRUCT_FishWindowRect& _tRect) {
+        SetZoomValue(_iPtz, Zoom(_iPtz) - 5 * _iSteps);
+        m_pFish->FishPlayer_PTZWindowCtl(m_iId, _iPtz, {0, 0, _iSteps}, n_CtlCmd_Zoom, _tRect);
+    }
+    int Zoom(int _iPtz) const {
+        return _iPtz < static_cast<int>(m_vecZoom.size()) ? m_vecZoom[_iPtz] : ZOOM_START;
+    }
+    // Moves PTZ view _iPtz so that its outline's centre goes to _qpt (0 to 1 of the fisheye) and
+    // its zoom value to _iZoom, with the library's calls: a zoom command, then drags of its outline
+    // from where it is to there, a few rounds as the outlines come (a drag about the centre of a
+    // ceiling or floor picture turns the view rather than sliding it, so one drag comes near only).
+    void MovePtzTo(int _iPtz, QPointF _qpt, int _iZoom) {
+        const int iDelta = std::clamp(_iZoom, ZOOM_LOWEST, ZOOM_HIGHEST) - Zoom(_iPtz);
+        if (iDelta != 0)
+            m_pFish->FishPlayer_PTZCtl(m_iId, _iPtz, {0, 0, std::abs(iDelta)},
+                                       iDelta > 0 ? n_PTZCtlCmd_ZoomInc : n_PTZCtlCmd_ZoomDec);
+        SetZoomValue(_iPtz, Zoom(_iPtz) + iDelta);
+        if (_iPtz >= static_cast<int>(m_vecSteering.size()))
+            m_vecSteering.resize(_iPtz + 1, 0);
+        const int iGeneration = ++m_vecSteering[_iPtz];
+        // The outlines of the new zoom first: they move the outline's centre a little.
+        QTimer::singleShot(iDelta != 0 ? 3 * STEER_WAIT_MS : 0, this,
+                           [=] { SteerPtz(_iPtz, _qpt, STEER_ROUNDS, iGeneration); });
+    }
+    // The library builds a view's outline from its position before a drag's change is stored, so
+    // after a drag the outline shows the place before it: a zoom command of no step (a forced
+    // write of the same record) builds it again at the new place.
+    void RefreshOutline(int _iPtz) {
+        m_pFish->FishPlayer_PTZCtl(m_iId, _iPtz, {0, 0, 0}, n_PTZCtlCmd_ZoomDec);
+    }
+    // One round toward _qpt: the outline's centre measured, a drag of most of what is left sent.
+    // The library drags the view's own centre by the distance given, and the outline's centre
+    // follows it closely; the rounds take up the rest (the outline bends near the rim).
+    void SteerPtz(int _iPtz, QPointF _qpt, int _iRounds, int _iGeneration) {
+        if (_iPtz >= static_cast<int>(m_vecSteering.size()) || m_vecSteering[_iPtz] != _iGeneration)
+            return; // a newer move of this view took over
+        const QPointF qptNow = OutlineCentre(LatestOverlay(), _iPtz);
+        if (m_iId < 0 || qptNow.x() < 0)
+            return;
+        const QPointF qptDrag = (_qpt - qptNow) * STEER_SHARE;
+        if (_iRounds <= 0 || std::hypot(qptDrag.x(), qptDrag.y()) < STEER_CLOSE * STEER_SHARE)
+            return Say(QStringLiteral("PTZ %1 at %2 %3, zoom %4")
+                           .arg(_iPtz + 1)
+                           .arg(qptNow.x(), 0, 'f', 4)
+                           .arg(qptNow.y(), 0, 'f', 4)
+                           .arg(Zoom(_iPtz)));
+        constexpr int SCALE = 10000; // a window of this size: the points to a ten-thousandth
+        m_pFish->FishPlayer_DrawWindowCtl(m_iId, _iPtz,
+                                          {static_cast<int>(qptNow.x() * SCALE),
+                                           static_cast<int>(qptNow.y() * SCALE),
+                                           static_cast<int>((qptNow.x() + qptDrag.x()) * SCALE),
+                                           static_cast<int>((qptNow.y() + qptDrag.y()) * SCALE)},
+                                          n_CtlCmd_Move, {SCALE, SCALE});
+        RefreshOutline(_iPtz);
+        QTimer::singleShot(STEER_WAIT_MS, this, [=] { SteerPtz(_iPtz, _qpt, _iRounds - 1, _iGeneration); });
+    }
+    // Where each PTZ view is: its outline's centre and zoom value.
+    struct PtzPlace {
+        QPointF m_qpt;
+        int m_iZoom;
+    };
+    std::vector<PtzPlace> PtzPlaces() const {
+        std::vector<PtzPlace> vecPlaces;
+        const Outlines overlay = LatestOverlay();
+        for (int i = 0; i < static_cast<int>(overlay.size()); ++i)
+            vecPlaces.push_back({OutlineCentre(overlay, i), Zoom(i)});
+        return vecPlaces;
+    }
+    // Puts the PTZ views back where _vecPlaces says, once their first outlines have arrived.
+    // The first outlines also give each view's starting place, where 0 puts it back.
+    void RestorePlaces(std::vector<PtzPlace> _vecPlaces, int _iTries = 50) {
+        if (m_iId < 0)
+            return;
+        const Outlines overlay = LatestOverlay();
+        bool blReady = !overlay.empty() && overlay.size() >= _vecPlaces.size();
+        for (size_t i = 0; blReady && i < overlay.size(); ++i)
+            blReady = OutlineCentre(overlay, static_cast<int>(i)).x() >= 0;
+        if (blReady && m_vecHome.empty())
+            m_vecHome = PtzPlaces();
+        if (!blReady) {
+            if (_iTries > 0)
+                QTimer::singleShot(100, this,
+                                   [this, _vecPlaces, _iTries] { RestorePlaces(_vecPlaces, _iTries - 1); });
+            return;
+        }
+        for (size_t i = 0; i < _vecPlaces.size(); ++i)
+            if (_vecPlaces[i].m_qpt.x() >= 0)
+                MovePtzTo(static_cast<int>(i), _vecPlaces[i].m_qpt, _vecPlaces[i].m_iZoom);
+    }
+
+    static QString ControlsText() {
+        return QStringLiteral(
+            "PTZ views: drag to move the picture with the mouse, the wheel up zooms in; arrow keys "
+            "move, + zooms in and - out, 0 puts the view back where it started.\n"
+            "Fisheye view: drag a PTZ view's outline to move that view.\n"
+            "360 and 180 panoramas: drag to turn them.\n"
+            "The keys act on the view under the mouse (or the one last clicked).\n"
+            "S: a PNG of that view in the working folder; Shift+S: all views.\n"
+            "F: that view alone in the window, F again: every view.\n"
+            "Ctrl+1...9: store the PTZ views' places as a preset of this camera; 1...9: recall it.\n"
+            "Ctrl+Shift+W, C, F: wall, ceiling or floor mounting.\n"
+            "Presets, mounting and views are kept per camera in ~/.config/fishplayer/fishviewer.conf.");
+    }
+
+    // Key 0: PTZ view _iPtz back where it started.
+    void ResetPtz(int _iPtz) {
+        if (_iPtz >= 0 && _iPtz < static_cast<int>(m_vecHome.size()))
+            MovePtzTo(_iPtz, m_vecHome[_iPtz].m_qpt, ZOOM_START);
+    }
+
+    // The camera's settings: QSettings' "fishplayer/fishviewer" (on Linux
+    // ~/.config/fishplayer/fishviewer.conf), a group per input.
+    static QString SettingsGroup(const QString& _qstrInput) {
+        return QStringLiteral("camera-") + QString::fromLatin1(_qstrInput.toUtf8().toPercentEncoding());
+    }
+    // Ctrl+N: the PTZ views' places as preset N of this camera; N: back to them.
+    void StorePreset(int _iPreset) {
+        QStringList qlistPlaces;
+        for (const PtzPlace& tPlace : PtzPlaces())
+            qlistPlaces << QStringLiteral("%1 %2 %3")
+                               .arg(tPlace.m_qpt.x(), 0, 'f', 5)
+                               .arg(tPlace.m_qpt.y(), 0, 'f', 5)
+                               .arg(tPlace.m_iZoom);
+        QSettings qsettings;
+        qsettings.beginGroup(SettingsGroup(m_tOptions.m_qstrVideo));
+        qsettings.setValue(QStringLiteral("preset%1").arg(_iPreset), qlistPlaces);
+        Say(QStringLiteral("preset %1 stored: %2").arg(_iPreset).arg(qlistPlaces.join(QStringLiteral(", "))));
+    }
+    void RecallPreset(int _iPreset) {
+        QSettings qsettings;
+        qsettings.beginGroup(SettingsGroup(m_tOptions.m_qstrVideo));
+        const QStringList qlistPlaces =
+            qsettings.value(QStringLiteral("preset%1").arg(_iPreset)).toStringList();
+        if (qlistPlaces.isEmpty())
+            return Say(QStringLiteral("no preset %1 for this camera (Ctrl+%1 stores one)").arg(_iPreset));
+        for (int i = 0; i < qlistPlaces.size(); ++i) {
+            const QStringList qlist = qlistPlaces[i].split(QLatin1Char(' '));
+            if (qlist.size() == 3)
+                MovePtzTo(i, QPointF(qlist[0].toDouble(), qlist[1].toDouble()), qlist[2].toInt());
+        }
+        Say(QStringLiteral("preset %1 recalled").arg(_iPreset));
+    }
+    // The mounting and the views of this camera, for the next start.
+    void StoreLayout() const {
+        QSettings qsettings;
+        qsettings.beginGroup(SettingsGroup(m_tOptions.m_qstrVideo));
+        qsettings.setValue(QStringLiteral("mount"), m_tOptions.m_iMount);
+        qsettings.setValue(QStringLiteral("views"), m_tOptions.m_qlistViews);
+    }
+    // S: a PNG of _pView (all views with _pView null), in the working folder.
+    void Snapshot(QWidget* _pView, const QString& _qstrName) {
+        QWidget* pWidget = _pView ? _pView : centralWidget();
+        const QPoint qptOrigin = pWidget->mapToGlobal(QPoint(0, 0));
+        const QPixmap qpix = QGuiApplication::primaryScreen()->grabWindow(
+            0, qptOrigin.x(), qptOrigin.y(), pWidget->width(), pWidget->height());
+        const QString qstrPath = QDir::current().absoluteFilePath(
+            QStringLiteral("fishviewer-%1-%2.png")
+                .arg(_qstrName,
+                     QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-hhmmss-zzz"))));
+        if (qpix.save(qstrPath))
+            Say(QStringLiteral("snapshot: %1").arg(qstrPath));
+        else
+            Say(QStringLiteral("snapshot failed: cannot write %1").arg(qstrPath));
+    }
+    // F: _pView alone in the window, or every view again.
+    void ToggleFullWindow(QWidget* _pView) {
+        QWidget* pCell = _pView ? _pView->parentWidget() : nullptr;
+        const bool blAlone = pCell && !m_blFullWindow;
+        for (ViewWidget* pView : m_vecViews)
+            pView->parentWidget()->setVisible(!blAlone || pView->parentWidget() == pCell);
+        m_blFullWindow = blAlone;
+    }
+    // A word on the status bar for a while, and on standard output for scripts.
+    void Say(const QString& _qstrMessage) {
+        m_qstrSaid = _qstrMessage;
+        m_qtimeSaid.start();
+        std::printf("%s\n", qPrintable(_qstrMessage));
+        std::fflush(stdout);
     }
 
     // The player's controls, as the widgets use them.
@@ -334,6 +695,12 @@ private:
         tSourceOptions.m_tReader.m_eTransport = m_tOptions.m_eTransport;
         return tSourceOptions;
     }
+    // Width / height a view keeps (0: it fills its cell, the engine renders any shape).
+    double AspectOf(const ViewWidget& _tView) const {
+        if (_tView.m_iType == 0)
+            return static_cast<double>(m_iHeaderWidth) / std::max(1, m_iHeaderHeight);
+        return _tView.m_iType == CORRECT_TYPE_FISHEYE ? 1.0 : 0.0;
+    }
     int MainWidth() const { return std::max(1, m_iHeaderWidth / 2); }
     int MainHeight() const { return std::max(1, m_iHeaderHeight / 2); }
 
@@ -349,7 +716,8 @@ private:
         setCentralWidget(pLabel);
         statusBar()->showMessage(QStringLiteral("failed: %1").arg(_qstrMessage));
         std::fprintf(stderr, "fishviewer: %s\n", qPrintable(_qstrMessage));
-        resize(1024, 720);
+        if (!isVisible())
+            resize(1024, 720);
         show();
         return false;
     }
@@ -405,8 +773,11 @@ private:
         VideoParam tVideo;
         const bool blVideo =
             m_tEngine.m_pfGetVideoParam(m_iId, &tVideo, sizeof(tVideo)) == 0 && tVideo.m_iWidth > 0;
+        const QString qstrSaid = m_qtimeSaid.isValid() && m_qtimeSaid.elapsed() < 5000
+                                     ? QStringLiteral(" | ") + m_qstrSaid
+                                     : QString();
         statusBar()->showMessage(
-            QStringLiteral("%1 | %2 %3 x %4 | latency %5 ms (95%: %6 ms) | %7 reconnection(s) | %8")
+            QStringLiteral("%1 | %2 %3 x %4 | %9 | latency %5 ms (95%: %6 ms) | %7 reconnection(s) | %8%10")
                 .arg(m_tOptions.m_qstrVideo)
                 .arg(QString::fromStdString(m_pSource->Info().m_strCodec)) // a reconnection may change it
                 .arg(blVideo ? tVideo.m_iWidth : m_tInfo.m_iWidth)
@@ -414,7 +785,8 @@ private:
                 .arg(tLatency.m_dMedianMs, 0, 'f', 0)
                 .arg(tLatency.m_dP95Ms, 0, 'f', 0)
                 .arg(tStatus.m_iReconnects)
-                .arg(qstrState));
+                .arg(qstrState)
+                .arg(m_qstrRates, qstrSaid));
     }
 
     void RefreshPictures() {
@@ -430,6 +802,7 @@ private:
         std::vector<unsigned char> vecRgb(static_cast<size_t>(iW) * iH * 3);
         if (m_tEngine.m_pfReadSurface(m_hMain, vecRgb.data(), static_cast<int>(vecRgb.size())) <= 0)
             return;
+        CountPictures();
         for (int y = 0; y < iH; ++y)
             std::copy_n(vecRgb.data() + static_cast<size_t>(y) * iW * 3, iW * 3, qimg.scanLine(y));
         m_qimgMain = qimg;
@@ -450,9 +823,53 @@ private:
                 pView->update();
     }
 
+    // Decoded and shown pictures per second, and those decoded but never shown (the viewer paints
+    // every 40 ms: a faster stream loses some), over the last second.
+    void CountPictures() {
+        const long long llDecoded = m_tEngine.DecodedPictures(m_iId);
+        if (llDecoded > m_llLastDecoded) {
+            ++m_iShownInSecond;
+            if (m_llLastDecoded > 0)
+                m_llDropped += llDecoded - m_llLastDecoded - 1;
+        }
+        if (!m_qtimeRates.isValid()) {
+            m_qtimeRates.start();
+            m_llDecodedAtSecond = llDecoded;
+        } else if (m_qtimeRates.elapsed() >= 1000) {
+            const double dSeconds = m_qtimeRates.restart() / 1000.0;
+            m_qstrRates = QStringLiteral("%1 decoded/s, %2 shown/s, %3 dropped")
+                              .arg((llDecoded - m_llDecodedAtSecond) / dSeconds, 0, 'f', 1)
+                              .arg(m_iShownInSecond / dSeconds, 0, 'f', 1)
+                              .arg(m_llDropped);
+            m_llDecodedAtSecond = llDecoded;
+            m_iShownInSecond = 0;
+        }
+        m_llLastDecoded = std::max(m_llLastDecoded, llDecoded);
+    }
+
+    void SetZoomValue(int _iPtz, int _iZoom) {
+        if (_iPtz >= static_cast<int>(m_vecZoom.size()))
+            m_vecZoom.resize(_iPtz + 1, ZOOM_START);
+        m_vecZoom[_iPtz] = std::clamp(_iZoom, ZOOM_LOWEST, ZOOM_HIGHEST);
+    }
+
     Options m_tOptions;
     CLS_FishPlayer* m_pFish = nullptr;
     EngineExt m_tEngine;
+    std::vector<int> m_vecZoom;      // each PTZ view's zoom value, as the library keeps it
+    std::vector<PtzPlace> m_vecHome; // where the PTZ views started
+    std::vector<int> m_vecSteering;  // each PTZ view's latest move (an older one stops)
+    bool m_blFullWindow = false;
+    std::vector<QAction*> m_vecMountActions;
+    QElapsedTimer m_qtimeRates; // the second the rates are counted over
+    long long m_llDecodedAtSecond = 0;
+    long long m_llLastDecoded = 0;
+    long long m_llDropped = 0;
+    int m_iShownInSecond = 0;
+    QString m_qstrRates = QStringLiteral("- decoded/s, - shown/s, 0 dropped");
+    QString m_qstrSaid; // the last word of Say(), shown for a few seconds
+    QElapsedTimer m_qtimeSaid;
+    QString m_qstrOpened; // the input of the views shown
     std::unique_ptr<fishsource::MediaSource> m_pSource;
     fishsource::StreamInfo m_tInfo;
     QString m_qstrFailure;
@@ -494,13 +911,16 @@ void ViewWidget::paintEvent(QPaintEvent*) {
     const Outlines overlay = LatestOverlay();
     qpainter.setRenderHint(QPainter::Antialiasing);
     for (size_t iPtz = 0; iPtz < overlay.size(); ++iPtz) {
-        qpainter.setPen(QPen(PTZ_COLORS[iPtz % 4], 2));
         for (const auto& polyline : overlay[iPtz]) {
             QPainterPath qpath;
             for (size_t i = 0; i < polyline.size(); ++i) {
                 const QPointF qpt(polyline[i].m_fX * width(), polyline[i].m_fY * height());
                 i == 0 ? qpath.moveTo(qpt) : qpath.lineTo(qpt);
             }
+            // A dark halo under the colour, so that the outline shows over any picture.
+            qpainter.setPen(QPen(QColor(0, 0, 0, 200), 5));
+            qpainter.drawPath(qpath);
+            qpainter.setPen(QPen(PTZ_COLORS[iPtz % MAX_PTZ_VIEWS], 2));
             qpainter.drawPath(qpath);
         }
     }
@@ -536,20 +956,23 @@ void ViewWidget::mouseMoveEvent(QMouseEvent* _pEvent) {
         pFish->FishPlayer_PTZWindowCtl(iId, m_iPtzIndex,
                                        {qptNow.x() - m_qptLast.x(), qptNow.y() - m_qptLast.y(), 0},
                                        n_CtlCmd_Move, tRect);
-    else if (m_iType == CORRECT_TYPE_FISHEYE && m_iDraggedPtz >= 0)
+    else if (m_iType == CORRECT_TYPE_FISHEYE && m_iDraggedPtz >= 0) {
         pFish->FishPlayer_DrawWindowCtl(
             iId, m_iDraggedPtz, {m_qptLast.x(), m_qptLast.y(), qptNow.x(), qptNow.y()}, n_CtlCmd_Move, tRect);
-    else if (m_iType == CORRECT_TYPE_360 || m_iType == CORRECT_TYPE_180)
-        pFish->FishPlayer_CorrectWindowCtl(iId, m_iType, {qptNow.x() - m_qptLast.x(), 0, 0}, n_CtlCmd_Move,
+        m_pViewer->RefreshOutline(m_iDraggedPtz);
+    } else if (m_iType == CORRECT_TYPE_360 || m_iType == CORRECT_TYPE_180)
+        // The library turns the panorama by the distance given; the opposite of the mouse's
+        // distance makes the picture follow the mouse, as in the PTZ views.
+        pFish->FishPlayer_CorrectWindowCtl(iId, m_iType, {m_qptLast.x() - qptNow.x(), 0, 0}, n_CtlCmd_Move,
                                            tRect);
     m_qptLast = qptNow;
 }
 
 void ViewWidget::wheelEvent(QWheelEvent* _pEvent) {
+    // The delta as the library's steps: a positive one (wheel up) lowers the zoom value, which
+    // narrows the view: the wheel turned up zooms in.
     if (m_iType == CORRECT_TYPE_PTZ)
-        m_pViewer->Fish()->FishPlayer_PTZWindowCtl(m_pViewer->Id(), m_iPtzIndex,
-                                                   {0, 0, _pEvent->angleDelta().y()}, n_CtlCmd_Zoom,
-                                                   {width(), height()});
+        m_pViewer->Wheel(m_iPtzIndex, _pEvent->angleDelta().y(), {width(), height()});
 }
 
 void ViewWidget::keyPressEvent(QKeyEvent* _pEvent) {
@@ -558,43 +981,117 @@ void ViewWidget::keyPressEvent(QKeyEvent* _pEvent) {
     struct {
         int m_iKey;
         n_PTZCtlCmd m_eCmd;
-    } const aKeys[] = {{Qt::Key_Up, n_PTZCtlCmd_Up},        {Qt::Key_Down, n_PTZCtlCmd_Down},
-                       {Qt::Key_Left, n_PTZCtlCmd_Left},    {Qt::Key_Right, n_PTZCtlCmd_Right},
-                       {Qt::Key_Plus, n_PTZCtlCmd_ZoomInc}, {Qt::Key_Minus, n_PTZCtlCmd_ZoomDec}};
+    } const aKeys[] = {{Qt::Key_Up, n_PTZCtlCmd_Up},
+                       {Qt::Key_Down, n_PTZCtlCmd_Down},
+                       {Qt::Key_Left, n_PTZCtlCmd_Left},
+                       {Qt::Key_Right, n_PTZCtlCmd_Right},
+                       // A lower zoom value is a narrower view: + lowers it.
+                       {Qt::Key_Plus, n_PTZCtlCmd_ZoomDec},
+                       {Qt::Key_Equal, n_PTZCtlCmd_ZoomDec},
+                       {Qt::Key_Minus, n_PTZCtlCmd_ZoomInc}};
     for (const auto& tKey : aKeys)
         if (tKey.m_iKey == _pEvent->key())
-            m_pViewer->Fish()->FishPlayer_PTZCtl(m_pViewer->Id(), m_iPtzIndex, {300, 300, 500}, tKey.m_eCmd);
+            return m_pViewer->PtzCommand(m_iPtzIndex, tKey.m_eCmd);
+    QWidget::keyPressEvent(_pEvent); // the window's keys
 }
 
-bool ParseOptions(const QStringList& _qlistArgs, Options& _tOptions) {
-    for (int i = 1; i < _qlistArgs.size(); ++i) {
+// The views --views may name, in the order the grid shows them.
+const QStringList& ViewNames() {
+    static const QStringList s_qlist = {QStringLiteral("source"), QStringLiteral("fisheye"),
+                                        QStringLiteral("360"), QStringLiteral("180"), QStringLiteral("lat")};
+    return s_qlist;
+}
+
+QString ViewChoices() {
+    return QStringLiteral("a comma-separated list of %1 and ptzN (N 1 to %2), each once")
+        .arg(ViewNames().join(QStringLiteral(", ")))
+        .arg(MAX_PTZ_VIEWS);
+}
+
+void Usage() {
+    std::printf(
+        "usage: fishviewer [INPUT] [--mount N] [--views LIST] [--size WxH] [--transport tcp|udp]\n"
+        "                  [--verbose] [--self-test DIR] [--help]\n"
+        "  INPUT          fisheye video file or URL: rtsp://, rtsps://, http(s)://, udp://, rtp://,\n"
+        "                 MP4, MKV, MOV, TS or raw H.264/H.265/MJPEG (default\n"
+        "                 build/samples/fisheye_1920.h264); files play in a loop\n"
+        "  --mount N      mounting mode: %s (default 2)\n"
+        "  --views LIST   %s\n"
+        "                 (default source,fisheye,360,180,lat,ptz4)\n"
+        "  --size WxH     picture size for the stream header, each side 16 to 16384\n"
+        "                 (default: the stream's own)\n"
+        "  --transport T  RTSP transport: tcp or udp (default tcp)\n"
+        "  --verbose      show the library's and Qt's log lines on standard error\n"
+        "  --self-test DIR  play a while, drag and zoom PTZ view 0, write screenshots into DIR, quit\n"
+        "  --help, -h     this text\n",
+        qPrintable(cmdline::MountChoices()), qPrintable(ViewChoices()));
+}
+
+bool ParseViews(cmdline::Parser& _tParser, const QString& _qstrValue, QStringList& _qlistViews) {
+    const QStringList qlistViews = _qstrValue.split(QLatin1Char(','));
+    bool blPtz = false;
+    for (int i = 0; i < qlistViews.size(); ++i) {
+        const QString& qstrView = qlistViews[i];
+        const bool blIsPtz = qstrView.startsWith(QLatin1String("ptz"));
+        bool blOk = ViewNames().contains(qstrView);
+        if (blIsPtz) {
+            const int iCount = qstrView.mid(3).toInt(&blOk);
+            blOk = blOk && iCount >= 1 && iCount <= MAX_PTZ_VIEWS && !blPtz;
+            blPtz = true;
+        }
+        if (!blOk || qlistViews.indexOf(qstrView) != i)
+            return _tParser.Refuse(
+                QStringLiteral("--views '%1' refused at '%2': %3").arg(_qstrValue, qstrView, ViewChoices()));
+    }
+    _qlistViews = qlistViews;
+    return true;
+}
+
+cmdline::ParseResult ParseOptions(const QStringList& _qlistArgs, Options& _tOptions) {
+    cmdline::Parser tParser(QStringLiteral("fishviewer"));
+    const QMap<QString, QString> qmapValued = {{QStringLiteral("--mount"), cmdline::MountChoices()},
+                                               {QStringLiteral("--views"), ViewChoices()},
+                                               {QStringLiteral("--self-test"), QStringLiteral("a folder")},
+                                               {QStringLiteral("--transport"), QStringLiteral("tcp or udp")},
+                                               {QStringLiteral("--size"), QStringLiteral("WIDTHxHEIGHT")}};
+    bool blInput = false;
+    for (int i = 0; i < _qlistArgs.size(); ++i) {
         const QString& qstrArg = _qlistArgs[i];
-        const bool blValue = i + 1 < _qlistArgs.size();
-        if (qstrArg == QLatin1String("--mount") && blValue)
-            _tOptions.m_iMount = std::clamp(_qlistArgs[++i].toInt(), 1, 3);
-        else if (qstrArg == QLatin1String("--views") && blValue)
-            _tOptions.m_qlistViews = _qlistArgs[++i].split(QLatin1Char(','), Qt::SkipEmptyParts);
-        else if (qstrArg == QLatin1String("--self-test") && blValue)
+        if (cmdline::IsHelp(qstrArg))
+            return cmdline::ParseResult::Help;
+        bool blOk = true;
+        if (qmapValued.contains(qstrArg) && i + 1 >= _qlistArgs.size())
+            blOk = tParser.MissingValue(qstrArg, qmapValued.value(qstrArg));
+        else if (qstrArg == QLatin1String("--mount"))
+            blOk = _tOptions.m_blMountGiven = tParser.Mount(qstrArg, _qlistArgs[++i], _tOptions.m_iMount);
+        else if (qstrArg == QLatin1String("--views"))
+            blOk = _tOptions.m_blViewsGiven = ParseViews(tParser, _qlistArgs[++i], _tOptions.m_qlistViews);
+        else if (qstrArg == QLatin1String("--self-test"))
             _tOptions.m_qstrSelfTest = _qlistArgs[++i];
-        else if (qstrArg == QLatin1String("--transport") && blValue) {
+        else if (qstrArg == QLatin1String("--verbose"))
+            _tOptions.m_blVerbose = true;
+        else if (qstrArg == QLatin1String("--transport")) {
             const QString qstrTransport = _qlistArgs[++i];
-            if (qstrTransport != QLatin1String("tcp") && qstrTransport != QLatin1String("udp"))
-                return false;
+            blOk = tParser.Choice(qstrArg, qstrTransport, {QStringLiteral("tcp"), QStringLiteral("udp")});
             _tOptions.m_eTransport = qstrTransport == QLatin1String("udp") ? fishsource::RtspTransport::Udp
                                                                            : fishsource::RtspTransport::Tcp;
-        } else if (qstrArg == QLatin1String("--size") && blValue) {
-            const QStringList qlistSize = _qlistArgs[++i].split(QLatin1Char('x'));
-            _tOptions.m_iWidth = qlistSize.value(0).toInt();
-            _tOptions.m_iHeight = qlistSize.value(1).toInt();
-        } else if (!qstrArg.startsWith(QLatin1String("--")))
+        } else if (qstrArg == QLatin1String("--size"))
+            blOk = tParser.Size(qstrArg, _qlistArgs[++i], _tOptions.m_iWidth, _tOptions.m_iHeight);
+        else if (qstrArg.startsWith(QLatin1Char('-')) && qstrArg.size() > 1)
+            blOk = tParser.Unknown(qstrArg);
+        else if (blInput)
+            blOk = tParser.Refuse(QStringLiteral("a second input '%1': the viewer shows one").arg(qstrArg));
+        else {
             _tOptions.m_qstrVideo = qstrArg;
-        else
-            return false;
+            blInput = true;
+        }
+        if (!blOk) {
+            std::fprintf(stderr, "%s\n", qPrintable(tParser.Error()));
+            return cmdline::ParseResult::Refused;
+        }
     }
-    if (_tOptions.m_iWidth < 16 || _tOptions.m_iHeight < 16 || _tOptions.m_iWidth > 16384 ||
-        _tOptions.m_iHeight > 16384)
-        _tOptions.m_iWidth = _tOptions.m_iHeight = 0; // the stream's own
-    return true;
+    tParser.PrintNotes();
+    return cmdline::ParseResult::Run;
 }
 
 // The scripted session of --self-test: screenshots, a drag and a wheel turn in PTZ view 0.
@@ -659,14 +1156,26 @@ void SelfTest(Viewer* _pViewer, const QString& _qstrDir) {
 } // namespace
 
 int main(int _iArgc, char** _ppcArgv) {
-    QApplication qapp(_iArgc, _ppcArgv);
+    // Parsed before the application exists: --help and a refusal need no display.
     Options tOptions;
-    if (!ParseOptions(QApplication::arguments(), tOptions)) {
-        std::fprintf(
-            stderr,
-            "usage: fishviewer [INPUT] [--mount N] [--views LIST] [--size WxH] [--transport tcp|udp]\n"
-            "                  [--self-test DIR]\n");
-        return 2;
+    const int iExit =
+        cmdline::ExitWithoutRunning(ParseOptions(cmdline::Arguments(_iArgc, _ppcArgv), tOptions), Usage);
+    if (iExit >= 0)
+        return iExit;
+    g_blVerbose = tOptions.m_blVerbose;
+    qInstallMessageHandler(OnQtMessage);
+    QApplication qapp(_iArgc, _ppcArgv);
+    QCoreApplication::setOrganizationName(QStringLiteral("fishplayer"));
+    QCoreApplication::setApplicationName(QStringLiteral("fishviewer"));
+    {
+        // What the command line does not say comes from this camera's last session.
+        QSettings qsettings;
+        qsettings.beginGroup(Viewer::SettingsGroup(tOptions.m_qstrVideo));
+        if (!tOptions.m_blMountGiven)
+            tOptions.m_iMount = qsettings.value(QStringLiteral("mount"), tOptions.m_iMount).toInt();
+        if (!tOptions.m_blViewsGiven)
+            tOptions.m_qlistViews =
+                qsettings.value(QStringLiteral("views"), tOptions.m_qlistViews).toStringList();
     }
     Viewer tViewer(tOptions);
     if (!tViewer.Start() && tViewer.Failure().isEmpty())

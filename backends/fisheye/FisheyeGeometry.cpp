@@ -13,7 +13,6 @@ namespace {
 // a direction obtained from a point on the rim must count as visible.
 constexpr double ANGLE_EPS = 1e-9;
 constexpr double LENGTH_EPS = 1e-9;
-constexpr double PTZ_DIAGONAL_SCALE = 0.165; // tan^2(60 degrees) * ZOOM_MIN: 120 degrees at the widest
 constexpr int BISECTION_STEPS = 40;
 
 double Dot(const STRUCT_Vec3& _a, const STRUCT_Vec3& _b) {
@@ -353,7 +352,7 @@ double CLS_FisheyeGeometry::HalfDiagonal(double _dZoom) {
     if (!(dZoom >= ZOOM_MIN)) // also NaN
         dZoom = ZOOM_MIN;
     dZoom = std::min(dZoom, ZOOM_MAX);
-    return std::atan(std::sqrt(PTZ_DIAGONAL_SCALE / dZoom));
+    return dZoom / ZOOM_MAX * WIDEST_HALF_DIAGONAL;
 }
 
 STRUCT_ViewFrame CLS_FisheyeGeometry::PtzView(n_Mount _eMount, STRUCT_PlanePoint _tPosition, double _dZoom,

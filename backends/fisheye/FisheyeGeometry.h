@@ -99,6 +99,7 @@ public:
     static constexpr double MAX_FIELD = 1.5 * PI;
     static constexpr double ZOOM_MIN = 0.055;
     static constexpr double ZOOM_MAX = 1.5;
+    static constexpr double WIDEST_HALF_DIAGONAL = PI / 3.0; // 120 degrees across at ZOOM_MAX
     static constexpr int MAX_SAMPLES_PER_EDGE = 600;
 
     // A 180-degree lens whose whole circle is usable.
@@ -128,9 +129,11 @@ public:
     bool ToSpace(n_Mount _eMount, n_Space _eSpace, const STRUCT_Vec3& _tDir, STRUCT_PlanePoint* _ptOut) const;
     bool FromSpace(n_Mount _eMount, n_Space _eSpace, STRUCT_PlanePoint _tIn, STRUCT_Vec3* _ptDir) const;
 
-    // PTZ views. The zoom (the library's zoom value / 10000) sets the view's diagonal field of view:
-    // tan(half diagonal) = sqrt(0.165 / zoom), the zoom clamped to [ZOOM_MIN, ZOOM_MAX]: 120 degrees
-    // at 0.055, 44 degrees at 1.0, 37 degrees at 1.5. Larger zoom values narrow the view.
+    // PTZ views. The zoom (the library's zoom value / 10000) sets the view's diagonal field of view,
+    // in proportion: half diagonal = zoom / ZOOM_MAX * WIDEST_HALF_DIAGONAL, the zoom clamped to
+    // [ZOOM_MIN, ZOOM_MAX]: 4.4 degrees across at 0.055, 80 degrees at 1.0 (the library's starting
+    // value), 120 degrees at 1.5. Smaller zoom values narrow the view (zoom in), so the library's
+    // wheel step (a positive step lowers the value) zooms in.
     static double HalfDiagonal(double _dZoom);
     // The view aimed at the fisheye point _tPosition (clamped onto the image circle), upright in
     // the world of the mount, with width / height = _dAspect.

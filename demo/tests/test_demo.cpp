@@ -1,6 +1,7 @@
 // The demo command run as a person runs it, on a short fisheye clip made with ffmpeg, on the open
 // engine and algorithm: its contact sheet shows every view, each with a picture of its own.
 #include "DemoImage.h"
+#include "DemoSupport.h"
 
 #include <QDir>
 #include <QFile>
@@ -11,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <string>
@@ -58,7 +60,8 @@ protected:
         qDemo.start(QStringLiteral(FISHPLAYER_DEMO_PATH),
                     {qstrClip, QStringLiteral("--size"), QStringLiteral("%1x%2").arg(WIDTH).arg(HEIGHT),
                      QStringLiteral("--out"), s_qstrOut, QStringLiteral("--sheet-width"),
-                     QStringLiteral("800"), QStringLiteral("--scale"), QStringLiteral("0.4")});
+                     QStringLiteral("800"), QStringLiteral("--scale"), QStringLiteral("0.4"),
+                     QStringLiteral("--mount"), QStringLiteral("1")});
         ASSERT_TRUE(qDemo.waitForFinished(120000));
         s_strOutput = qDemo.readAllStandardOutput().toStdString();
         s_iExitCode = qDemo.exitCode();
@@ -103,12 +106,7 @@ protected:
 
     // Mean absolute difference per channel after both pictures are brought to one size.
     static double Difference(const DemoImage& _tA, const DemoImage& _tB) {
-        const DemoImage tA = _tA.Scaled(64, 48);
-        const DemoImage tB = _tB.Scaled(64, 48);
-        double dSum = 0;
-        for (int i = 0; i < tA.ByteCount(); ++i)
-            dSum += std::abs(tA.Data()[i] - tB.Data()[i]);
-        return dSum / tA.ByteCount();
+        return DemoImage::Difference(_tA, _tB);
     }
 
     static QTemporaryDir* s_pDir;
@@ -179,6 +177,39 @@ TEST_F(DemoRun, TheScriptMovesThePtzViews) {
         ASSERT_FALSE(tFirst.IsNull()) << pcView;
         ASSERT_FALSE(tLast.IsNull()) << pcView;
         EXPECT_GT(Difference(tFirst, tLast), 6.0) << pcView << " did not move";
+    }
+}
+
+// The default run: no input named, so the sample clip of the room (a ceiling-mounted camera over a
+// photograph beside the test pattern) that scripts/make-sample.sh writes; every view shows it, the
+// 360-degree panorama included.
+TEST(DemoDefaultScene, ItsPanoramaIsLessThanFifteenPercentBlack) {
+    QTemporaryDir qDir;
+    ASSERT_TRUE(qDir.isValid());
+    const QString qstrSamples = qDir.filePath(QStringLiteral("build/samples"));
+    const ProgramRun tSample = RunProgram(QStringLiteral(FISHPLAYER_MAKE_SAMPLE),
+                                          {qstrSamples, QStringLiteral("1"), QStringLiteral("room")}, 120000);
+    ASSERT_EQ(tSample.m_iExit, 0) << tSample.m_strErr;
+    QProcess qDemo;
+    qDemo.setWorkingDirectory(qDir.path());
+    qDemo.start(QStringLiteral(FISHPLAYER_DEMO_PATH),
+                {QStringLiteral("--fast"), QStringLiteral("--sheet-width"), QStringLiteral("800"),
+                 QStringLiteral("--scale"), QStringLiteral("0.4")});
+    ASSERT_TRUE(qDemo.waitForFinished(120000));
+    ASSERT_EQ(qDemo.exitCode(), 0) << qDemo.readAllStandardError().toStdString();
+    for (const char* pcView : {"panorama360", "panorama180", "lat"}) {
+        const DemoImage tView = DemoImage::LoadPng(
+            qDir.filePath(QStringLiteral("fishplayer-demo/01_start/%1.png").arg(QLatin1String(pcView))));
+        ASSERT_FALSE(tView.IsNull()) << pcView;
+        int iBlack = 0;
+        for (int y = 0; y < tView.Height(); ++y)
+            for (int x = 0; x < tView.Width(); ++x) {
+                const DemoColor tColor = tView.Pixel(x, y);
+                iBlack += tColor.m_ucR + tColor.m_ucG + tColor.m_ucB <= 3 * 24 ? 1 : 0;
+            }
+        const double dBlack = static_cast<double>(iBlack) / (tView.Width() * tView.Height());
+        EXPECT_LT(dBlack, 0.15) << pcView;
+        std::printf("%s: %.1f %% black\n", pcView, 100.0 * dBlack);
     }
 }
 

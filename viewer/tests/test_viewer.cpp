@@ -24,12 +24,7 @@ struct Tile {
 };
 
 double Difference(const DemoImage& _tA, const DemoImage& _tB) {
-    const DemoImage tA = _tA.Scaled(64, 48);
-    const DemoImage tB = _tB.Scaled(64, 48);
-    double dSum = 0;
-    for (int i = 0; i < tA.ByteCount(); ++i)
-        dSum += std::abs(tA.Data()[i] - tB.Data()[i]);
-    return dSum / tA.ByteCount();
+    return DemoImage::Difference(_tA, _tB);
 }
 
 TEST(ViewerUnderXvfb, ADragAndAWheelTurnMoveThePtzViewAndItsOutline) {
@@ -127,7 +122,8 @@ TEST(ViewerUnderXvfb, ShowsWhatItPlaysOnTheStatusBar) {
     ASSERT_EQ(qViewer.exitCode(), 0) << strOutput;
     // The picture size is the stream's own (4:3), the latency measured, the source playing.
     const QRegularExpression qre(
-        QStringLiteral("after: status %1 \\| h264 320 x 240 \\| latency [0-9]+ ms \\(95%: [0-9]+ ms\\) \\| 0 "
+        QStringLiteral("after: status %1 \\| h264 320 x 240 \\| [0-9.]+ decoded/s, [0-9.]+ shown/s, [0-9]+ "
+                       "dropped \\| latency [0-9]+ ms \\(95%: [0-9]+ ms\\) \\| 0 "
                        "reconnection\\(s\\) \\| playing\n")
             .arg(QRegularExpression::escape(qstrClip)));
     EXPECT_TRUE(qre.match(QString::fromStdString(strOutput)).hasMatch()) << strOutput;
@@ -169,6 +165,59 @@ TEST(ViewerUnderXvfb, ShowsWhyASourceFailedInPlaceOfTheViews) {
         }
     EXPECT_GT(iLight, tShot.Width() * tShot.Height() / 2);
     EXPECT_GT(iDark, 50); // the text
+}
+
+// The command line is read before any window exists: no display is needed to refuse it.
+ProgramRun RunViewer(const QStringList& _qlistArgs) {
+    return RunProgram(QStringLiteral(FISHVIEWER_PATH), _qlistArgs, 30000);
+}
+
+TEST(ViewerOptions, HelpListsEveryOptionAndExitsZero) {
+    const ProgramRun tRun = RunViewer({QStringLiteral("--help")});
+    EXPECT_EQ(tRun.m_iExit, 0);
+    EXPECT_EQ(tRun.m_strErr, "");
+    for (const char* pcOption :
+         {"--mount", "--views", "--size", "--transport", "--verbose", "--self-test", "--help"})
+        EXPECT_NE(tRun.m_strOut.find(pcOption), std::string::npos) << pcOption << " missing from\n"
+                                                                   << tRun.m_strOut;
+}
+
+TEST(ViewerOptions, BadOptionsExitTwoWithOneLineNamingTheOptionAndItsValues) {
+    const std::string strViews =
+        "a comma-separated list of source, fisheye, 360, 180, lat and ptzN (N 1 to 4), "
+        "each once\n";
+    const std::string strSize = "WIDTHxHEIGHT, each side from 16 to 16384 pixels\n";
+    const std::string strMount = "1 (wall), 2 (ceiling) or 3 (floor)\n";
+    const std::pair<QStringList, std::string> aCases[] = {
+        {{QStringLiteral("--mount"), QStringLiteral("7")}, "fishviewer: --mount '7' refused: " + strMount},
+        {{QStringLiteral("--mount"), QStringLiteral("abc")},
+         "fishviewer: --mount 'abc' refused: " + strMount},
+        {{QStringLiteral("--views"), QStringLiteral("bogus")},
+         "fishviewer: --views 'bogus' refused at 'bogus': " + strViews},
+        {{QStringLiteral("--views"), QStringLiteral("fisheye,360,fisheye")},
+         "fishviewer: --views 'fisheye,360,fisheye' refused at 'fisheye': " + strViews},
+        {{QStringLiteral("--views"), QStringLiteral("fisheye,ptz9")},
+         "fishviewer: --views 'fisheye,ptz9' refused at 'ptz9': " + strViews},
+        {{QStringLiteral("--views"), QStringLiteral("ptz1,ptz2")},
+         "fishviewer: --views 'ptz1,ptz2' refused at 'ptz2': " + strViews},
+        {{QStringLiteral("--views"), QStringLiteral("")},
+         "fishviewer: --views '' refused at '': " + strViews},
+        {{QStringLiteral("--size"), QStringLiteral("0x0")}, "fishviewer: --size '0x0' refused: " + strSize},
+        {{QStringLiteral("--size"), QStringLiteral("-5x10")},
+         "fishviewer: --size '-5x10' refused: " + strSize},
+        {{QStringLiteral("--size"), QStringLiteral("99999999x2")},
+         "fishviewer: --size '99999999x2' refused: " + strSize},
+        {{QStringLiteral("--transport"), QStringLiteral("quic")},
+         "fishviewer: --transport 'quic' refused: one of tcp, udp\n"},
+        {{QStringLiteral("--zoom")}, "fishviewer: unknown option --zoom (--help lists the options)\n"},
+        {{QStringLiteral("--views")}, "fishviewer: --views needs a value: " + strViews},
+    };
+    for (const auto& [qlistArgs, strLine] : aCases) {
+        const ProgramRun tRun = RunViewer(qlistArgs);
+        EXPECT_EQ(tRun.m_iExit, 2) << qPrintable(qlistArgs.join(QLatin1Char(' ')));
+        EXPECT_EQ(tRun.m_strErr, strLine);
+        EXPECT_EQ(tRun.m_strOut, "");
+    }
 }
 
 } // namespace

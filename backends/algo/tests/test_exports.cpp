@@ -322,6 +322,58 @@ TEST_F(AlgoExports, PointTransformRoundTripsThroughThePanoramaAndTheLat) {
     }
 }
 
+TEST_F(AlgoExports, PanoramaToFisheyeAndBackIsTheSamePointWhereverTheLensSeesIt) {
+    for (int iMode : {1, 2, 3}) {
+        for (int iSpace : {FCU_SPACE_PANORAMA, FCU_SPACE_LAT}) {
+            int iSeen = 0;
+            for (int iX = 0; iX < 16; ++iX) {
+                for (int iY = 1; iY < 16; ++iY) { // the poles' rows have no azimuth to come back with
+                    const STRUCT_FcuPoint tStart{(iX + 0.5f) / 16.0f, iY / 16.0f};
+                    STRUCT_FcuPoint tFisheye{};
+                    STRUCT_FcuPoint tBack{};
+                    const int iRet = Transform(
+                        TransformRequest(iMode, tStart.m_fX, tStart.m_fY, iSpace, FCU_SPACE_PTZ), &tFisheye);
+                    if (FCU_ADJUSTED == iRet)
+                        continue; // beyond the lens's field: the nearest point it sees, said so
+                    ASSERT_EQ(iRet, FCU_OK);
+                    if (std::hypot(tFisheye.m_fX - 0.5f, tFisheye.m_fY - 0.5f) < 1e-3f)
+                        continue; // the centre: no azimuth either
+                    ++iSeen;
+                    ASSERT_EQ(Transform(TransformRequest(iMode, tFisheye.m_fX, tFisheye.m_fY, FCU_SPACE_PTZ,
+                                                         iSpace),
+                                        &tBack),
+                              FCU_OK);
+                    EXPECT_NEAR(std::remainder(tBack.m_fX - tStart.m_fX, 1.0), 0.0, 1e-4)
+                        << "mode " << iMode << " space " << iSpace << " at " << tStart.m_fX << ", "
+                        << tStart.m_fY;
+                    EXPECT_NEAR(tBack.m_fY, tStart.m_fY, 1e-4)
+                        << "mode " << iMode << " space " << iSpace << " at " << tStart.m_fX << ", "
+                        << tStart.m_fY;
+                }
+            }
+            EXPECT_GT(iSeen, 60) << "mode " << iMode << " space " << iSpace;
+        }
+    }
+    // A wall panorama point behind the camera has no fisheye point: it goes to the nearest one on
+    // the rim, said so, and that rim point maps back to where the lens does see.
+    STRUCT_FcuPoint tRim{};
+    ASSERT_EQ(Transform(TransformRequest(1, 0.1f, 0.45f, FCU_SPACE_PANORAMA, FCU_SPACE_PTZ), &tRim),
+              FCU_ADJUSTED);
+    EXPECT_NEAR(std::hypot(tRim.m_fX - 0.5f, tRim.m_fY - 0.5f), 0.5f, 1e-5);
+    STRUCT_FcuPoint tSeen{};
+    // In single precision a rim point may lie a hair outside the circle: put back onto it.
+    const int iSeen =
+        Transform(TransformRequest(1, tRim.m_fX, tRim.m_fY, FCU_SPACE_PTZ, FCU_SPACE_PANORAMA), &tSeen);
+    EXPECT_TRUE(FCU_OK == iSeen || FCU_ADJUSTED == iSeen) << iSeen;
+    EXPECT_NEAR(tSeen.m_fX, 0.25f, 1e-4); // azimuth -90 degrees: the edge of what the lens sees
+    STRUCT_FcuPoint tAgain{};
+    const int iAgain =
+        Transform(TransformRequest(1, tSeen.m_fX, tSeen.m_fY, FCU_SPACE_PANORAMA, FCU_SPACE_PTZ), &tAgain);
+    EXPECT_TRUE(FCU_OK == iAgain || FCU_ADJUSTED == iAgain) << iAgain;
+    EXPECT_NEAR(tAgain.m_fX, tRim.m_fX, 1e-4);
+    EXPECT_NEAR(tAgain.m_fY, tRim.m_fY, 1e-4);
+}
+
 TEST_F(AlgoExports, PointTransformMovesPointsOutsideTheirPictureAndWrapsThePanorama) {
     STRUCT_FcuPoint tOut{};
     // A fisheye point beyond the circle goes onto the rim.
@@ -381,24 +433,25 @@ TEST_F(AlgoExports, CorrectPointKeepsAValidPositionBitForBit) {
 }
 
 TEST_F(AlgoExports, CorrectPointBringsTheViewInsideTheCircle) {
-    // Zoom 1.0: the view's axis may be atan(sqrt(0.165)) less than 90 degrees off the lens's axis.
-    const double dLimit = 0.5 * (1.0 - std::atan(std::sqrt(0.165)) / (3.14159265358979323846 / 2.0));
+    // Zoom 1.0: the view's axis may be 40 degrees (its half diagonal) less than 90 degrees off the
+    // lens's axis.
+    const double dLimit = 0.5 * (1.0 - 40.0 / 90.0);
     STRUCT_FcuPoint tOut{};
     ASSERT_EQ(Correct(PointRequest(1, 256, 1.0f), {1.0f, 0.5f}, &tOut), FCU_ADJUSTED);
     EXPECT_NEAR(tOut.m_fX, 0.5 + dLimit, 1e-6);
     EXPECT_NEAR(tOut.m_fY, 0.5f, 1e-6);
     // The library's zoom range: a wider view is kept further in.
     STRUCT_FcuPoint tWide{};
-    ASSERT_EQ(Correct(PointRequest(2, 256, 0.055f), {0.1f, 0.1f}, &tWide), FCU_ADJUSTED);
+    ASSERT_EQ(Correct(PointRequest(2, 256, 1.5f), {0.1f, 0.1f}, &tWide), FCU_ADJUSTED);
     STRUCT_FcuPoint tNarrow{};
-    ASSERT_EQ(Correct(PointRequest(2, 256, 1.5f), {0.1f, 0.1f}, &tNarrow), FCU_ADJUSTED);
+    ASSERT_EQ(Correct(PointRequest(2, 256, 0.055f), {0.1f, 0.1f}, &tNarrow), FCU_ADJUSTED);
     EXPECT_LT(std::hypot(tWide.m_fX - 0.5f, tWide.m_fY - 0.5f),
               std::hypot(tNarrow.m_fX - 0.5f, tNarrow.m_fY - 0.5f));
     EXPECT_NEAR(tWide.m_fX, tWide.m_fY, 1e-6); // along the radius
     // The same request twice gives the same point (the library refuses an unchanged point).
     STRUCT_FcuPoint tAgain{};
     ASSERT_EQ(Correct(PointRequest(2, 256, 1.5f), {0.1f, 0.1f}, &tAgain), FCU_ADJUSTED);
-    EXPECT_EQ(std::memcmp(&tNarrow, &tAgain, sizeof(tAgain)), 0);
+    EXPECT_EQ(std::memcmp(&tWide, &tAgain, sizeof(tAgain)), 0);
     // The whole-fisheye type keeps a single point inside the usable circle.
     ASSERT_EQ(Correct(PointRequest(2, 1280, 1.0f), {0.5f, 1.5f}, &tOut), FCU_ADJUSTED);
     EXPECT_NEAR(tOut.m_fX, 0.5f, 1e-6);

@@ -218,10 +218,13 @@ TEST(FisheyeGeometry, LatViewOfAHalfTurnLensFillsItsSquare) {
     EXPECT_NEAR(tOut.m_dY, 0.0, 1e-12);
 }
 
-TEST(FisheyeGeometry, ZoomNarrowsTheView) {
-    EXPECT_NEAR(CLS_FisheyeGeometry::HalfDiagonal(0.055), PI / 3.0, 1e-12); // 120 degrees diagonal
-    double dLast = CLS_FisheyeGeometry::HalfDiagonal(0.055);
-    for (double dZoom : {0.1, 0.3, 0.6, 1.0, 1.2, 1.5}) {
+TEST(FisheyeGeometry, SmallerZoomValuesNarrowTheView) {
+    // The diagonal field in proportion to the value: 4.4, 80 and 120 degrees across.
+    EXPECT_NEAR(CLS_FisheyeGeometry::HalfDiagonal(0.055), PI / 3.0 * 0.055 / 1.5, 1e-12);
+    EXPECT_NEAR(CLS_FisheyeGeometry::HalfDiagonal(1.0), PI * 40.0 / 180.0, 1e-12);
+    EXPECT_NEAR(CLS_FisheyeGeometry::HalfDiagonal(1.5), PI / 3.0, 1e-12);
+    double dLast = CLS_FisheyeGeometry::HalfDiagonal(1.5);
+    for (double dZoom : {1.2, 1.0, 0.6, 0.3, 0.1, 0.055}) {
         const double dHalf = CLS_FisheyeGeometry::HalfDiagonal(dZoom);
         EXPECT_LT(dHalf, dLast);
         dLast = dHalf;
@@ -317,9 +320,9 @@ TEST(FisheyeGeometry, FittingKeepsValidPositionsAndMovesOthersAlongTheRadius) {
     EXPECT_EQ(tKept.m_dX, tInside.m_dX);
     EXPECT_EQ(tKept.m_dY, tInside.m_dY);
 
-    // At zoom 1.0 the half diagonal is atan(sqrt(0.165)), so the axis may go that far less than 90
+    // At zoom 1.0 the half diagonal is 40 degrees, so the axis may go that far less than 90
     // degrees off the optical axis.
-    const double dLimit = (PI / 2.0 - std::atan(std::sqrt(0.165))) / (PI / 2.0);
+    const double dLimit = (90.0 - 40.0) / 90.0;
     const STRUCT_PlanePoint tFitted = geometry.FitPtzPosition({1.2, 0.5}, 1.0, &blMoved);
     EXPECT_TRUE(blMoved);
     ExpectNear(tFitted, {0.5 + 0.5 * dLimit, 0.5}, 1e-12);
@@ -335,23 +338,70 @@ TEST(FisheyeGeometry, FittingKeepsValidPositionsAndMovesOthersAlongTheRadius) {
 
     // A view too wide for the usable circle goes to the centre.
     ASSERT_TRUE(geometry.SetLens(PI, 0.3));
-    ExpectNear(geometry.FitPtzPosition({0.7, 0.7}, 0.055, &blMoved), {0.5, 0.5}, 0.0);
+    ExpectNear(geometry.FitPtzPosition({0.7, 0.7}, 1.5, &blMoved), {0.5, 0.5}, 0.0);
     EXPECT_TRUE(blMoved);
 }
 
-TEST(FisheyeGeometry, OutlineShrinksAsTheZoomRises) {
+TEST(FisheyeGeometry, ASmallerZoomValueGivesASmallerOutlineAndANarrowerPictureInEveryMount) {
     CLS_FisheyeGeometry geometry;
     for (n_Mount eMount : MOUNTS) {
         for (const STRUCT_PlanePoint tPosition :
              {STRUCT_PlanePoint{0.5, 0.5}, STRUCT_PlanePoint{0.56, 0.4}}) {
-            double dLast = 1e9;
-            for (double dZoom : {0.055, 0.2, 0.5, 1.0, 1.25, 1.5}) {
+            SCOPED_TRACE(testing::Message() << "mount " << static_cast<int>(eMount) << " at "
+                                            << tPosition.m_dX << ", " << tPosition.m_dY);
+            double dLastArea = 1e9;
+            double dLastTan = 1e9;
+            for (double dZoom : {1.5, 1.25, 1.0, 0.5, 0.2, 0.055}) {
                 const auto vecLines = Outline(geometry, eMount, n_Space::Fisheye, tPosition, dZoom);
                 ASSERT_EQ(vecLines.size(), 1u);
                 const double dArea = Area(vecLines[0]);
-                EXPECT_LT(dArea, dLast) << "zoom " << dZoom;
+                EXPECT_LT(dArea, dLastArea) << "zoom " << dZoom;
                 EXPECT_TRUE(Contains(vecLines[0], tPosition));
-                dLast = dArea;
+                dLastArea = dArea;
+                const double dTan = geometry.PtzView(eMount, tPosition, dZoom, 16.0 / 9.0).m_dTanHalfWidth;
+                EXPECT_LT(dTan, dLastTan) << "zoom " << dZoom;
+                dLastTan = dTan;
+            }
+        }
+    }
+}
+
+TEST(FisheyeGeometry, PanoramaToFisheyeAndBackIsTheSamePointWhereTheLensSeesIt) {
+    for (const double dField : {PI, PI * 160.0 / 180.0, PI * 220.0 / 180.0}) {
+        CLS_FisheyeGeometry geometry;
+        ASSERT_TRUE(geometry.SetLens(dField, 1.0));
+        for (n_Mount eMount : MOUNTS) {
+            for (n_Space eSpace : {n_Space::Panorama, n_Space::Lat}) {
+                int iSeen = 0;
+                for (int iX = 0; iX < 24; ++iX) {
+                    for (int iY = 0; iY <= 20; ++iY) {
+                        const STRUCT_PlanePoint tPoint{(iX + 0.5) / 24.0, iY / 20.0};
+                        STRUCT_Vec3 tDir{};
+                        ASSERT_TRUE(geometry.FromSpace(eMount, eSpace, tPoint, &tDir));
+                        bool blMoved = false;
+                        geometry.ClampToField(tDir, &blMoved);
+                        STRUCT_PlanePoint tFisheye{};
+                        if (blMoved || !geometry.DirectionToPlane(tDir, &tFisheye))
+                            continue; // outside the lens's field: no fisheye point to come back from
+                        ++iSeen;
+                        STRUCT_Vec3 tBack{};
+                        ASSERT_TRUE(geometry.PlaneToDirection(tFisheye, &tBack));
+                        STRUCT_PlanePoint tResult{};
+                        ASSERT_TRUE(geometry.ToSpace(eMount, eSpace, tBack, &tResult));
+                        SCOPED_TRACE(testing::Message()
+                                     << "field " << dField << " mount " << static_cast<int>(eMount)
+                                     << " point " << tPoint.m_dX << ", " << tPoint.m_dY);
+                        // The poles (the LAT's and the wall panorama's top and bottom rows, the
+                        // centre of the others) have no azimuth: only their row is kept.
+                        const bool blPole =
+                            std::fabs(Radius(tFisheye)) < 1e-9 ||
+                            ((n_Space::Lat == eSpace || n_Mount::Wall == eMount) && (0 == iY || 20 == iY));
+                        if (!blPole)
+                            EXPECT_NEAR(std::remainder(tResult.m_dX - tPoint.m_dX, 1.0), 0.0, 1e-9);
+                        EXPECT_NEAR(tResult.m_dY, tPoint.m_dY, 1e-9);
+                    }
+                }
+                EXPECT_GT(iSeen, 100);
             }
         }
     }

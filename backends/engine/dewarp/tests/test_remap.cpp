@@ -124,13 +124,13 @@ TEST(RemapFeatures, PtzViewCentresItsPositionAndKeepsItsCornersWhereTheFrameSays
     }
 }
 
-TEST(RemapFeatures, LargerZoomValuesNarrowThePtzView) {
+TEST(RemapFeatures, SmallerZoomValuesNarrowThePtzView) {
     STRUCT_ViewParams tParams = View(n_ViewKind::Ptz, n_Mount::Ceiling, 640, 360);
     tParams.m_iPtzX = 5000;
     tParams.m_iPtzY = 2500;
-    tParams.m_iPtzZoom = 2000;
-    const double dWide = DotLandsAt(tParams, {0.56, 0.25}).m_dX - 0.5;
     tParams.m_iPtzZoom = 12000;
+    const double dWide = DotLandsAt(tParams, {0.56, 0.25}).m_dX - 0.5;
+    tParams.m_iPtzZoom = 4000;
     const double dNarrow = DotLandsAt(tParams, {0.56, 0.25}).m_dX - 0.5;
     EXPECT_GT(std::fabs(dNarrow), 1.5 * std::fabs(dWide));
 }
@@ -303,7 +303,7 @@ TEST(RemapOutside, WhatTheViewDoesNotShowIsBlack) {
     STRUCT_ViewParams tPtz = View(n_ViewKind::Ptz, n_Mount::Ceiling, 160, 90);
     tPtz.m_iPtzX = 9900;
     tPtz.m_iPtzY = 5000;
-    tPtz.m_iPtzZoom = 550;
+    tPtz.m_iPtzZoom = 15000;
     ASSERT_TRUE(table.Update(tPtz, 256, 256));
     STRUCT_Picture ptz(160, 90, 3, 0xAB);
     ASSERT_TRUE(table.Apply(source.Image(), ptz.Image()));

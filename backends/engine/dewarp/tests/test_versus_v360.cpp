@@ -275,7 +275,7 @@ TEST_F(VersusV360, PtzViewMatchesFlatOutputAtTheSameAngles) {
         int m_iZoom;
     };
     const STRUCT_Case atCases[] = {
-        {6500, 4000, 10000}, {3000, 7000, 5000}, {5000, 2000, 15000}, {5000, 5000, 2000}};
+        {6500, 4000, 5000}, {3000, 7000, 3000}, {5000, 2000, 2500}, {5000, 5000, 12000}};
     const CLS_FisheyeGeometry geometry;
     for (n_Mount eMount : {n_Mount::Wall, n_Mount::Ceiling, n_Mount::Floor}) {
         for (const STRUCT_Case& tCase : atCases) {
