@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds fishplayer with its tests and runs the whole test suite:
-#   fuzz     the fuzz targets, each for FISHPLAYER_FUZZ_SECONDS (default 60) on its seed corpus
+#   fuzz     the fuzz targets, each for FISHPLAYER_FUZZ_SECONDS (default 40) on its seed corpus
 #   address  every test under AddressSanitizer with UndefinedBehaviorSanitizer (halt on error, leaks)
 #   thread   every test under ThreadSanitizer
 #   plain    every test in the plain build, packaging included
@@ -38,7 +38,7 @@ for build in $BUILDS; do
         continue
         ;;
     fuzz)
-        scripts/run-fuzz.sh "${FISHPLAYER_FUZZ_SECONDS:-60}"
+        scripts/run-fuzz.sh "${FISHPLAYER_FUZZ_SECONDS:-40}"
         echo "== fuzz build and runs: $(($(date +%s) - start)) s"
         made+=("fuzz($(($(date +%s) - start))s)")
         continue
