@@ -6,7 +6,7 @@
 #   plain    every test in the plain build, packaging included
 #   qt6      every test in a plain build on Qt 6
 #   windows  the Windows DLL and every test under Wine (scripts/run-windows-tests.sh), when the Qt
-#            for MinGW is cached on the machine, or when the bindings, the exported class or the
+#            for MinGW is cached on the machine, or when the contract (abi/), the bindings, the exported class or the
 #            build files changed since the last full run recorded in .ci/windows-run (then the Qt
 #            for MinGW is built first, which takes long); skipped otherwise
 # FISHPLAYER_TEST_BUILDS selects and orders them (default: "fuzz address thread plain qt6 windows").
