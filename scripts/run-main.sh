@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The main job: builds fishplayer with its open engine and algorithm, installs it, runs the
-# example client (built against the installed package) on the test engine and algorithm, then
-# plays the sample fisheye clip through the demo on the open engine and algorithm, which writes
+# example client (built against the installed package) on the test engine and algorithm and on
+# the open ones, where it writes a PNG per view into build/example-output, then plays the sample
+# fisheye clip through the demo on the open engine and algorithm, which writes
 # a PNG per view per step and a contact sheet into build/demo-output, and last plays the sample
 # camera live: the clip served over RTSP on 127.0.0.1, the demo on its rtsp:// URL
 # (build/demo-output-rtsp).
@@ -18,10 +19,17 @@ FAKES="$PWD/$BUILD_DIR/fakes"
 echo "== example client on the test engine and algorithm"
 LD_LIBRARY_PATH="$FAKES/engine/full:$FAKES/algo/full" "$BUILD_DIR/example/fishplayer_example"
 
-echo "== demo on the open engine and algorithm"
 if [[ ! -f "$DEMO_VIDEO" ]]; then
     scripts/make-sample.sh "$BUILD_DIR/samples"
 fi
+echo "== example client on the open engine and algorithm: its views as pictures"
+rm -rf "$BUILD_DIR/example-output"
+LD_LIBRARY_PATH="$PWD/$BUILD_DIR/backends/engine:$PWD/$BUILD_DIR/backends/algo" \
+    "$BUILD_DIR/example/fishplayer_example" "$DEMO_VIDEO" "$BUILD_DIR/example-output"
+scripts/check-pictures.py "$BUILD_DIR"/example-output/*.png
+echo "the example client's pictures are in $BUILD_DIR/example-output"
+
+echo "== demo on the open engine and algorithm"
 LD_LIBRARY_PATH="$PWD/$BUILD_DIR/backends/engine:$PWD/$BUILD_DIR/backends/algo" \
     "$BUILD_DIR/demo/fishplayer_demo" "$DEMO_VIDEO" --out "$BUILD_DIR/demo-output"
 

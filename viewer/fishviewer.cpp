@@ -3,10 +3,12 @@
 // views are painted from the main window's picture (an off-screen surface of the open engine),
 // with the PTZ views' outlines drawn over the fisheye.
 //
-//   fishviewer [INPUT] [--mount N] [--views LIST] [--size WxH] [--transport tcp|udp] [--self-test DIR]
+//   fishviewer [INPUT...] [--mount N] [--views LIST] [--size WxH] [--transport tcp|udp] [--self-test DIR]
 //
 // INPUT is any file or URL the source component opens (rtsp://, http://, udp://, MP4, MKV, TS, raw
 // H.264/H.265/MJPEG); File > Open file and File > Open URL choose another. Files play in a loop.
+// Up to four inputs play at once, each a camera with its own player, views, menus, status bar
+// and settings, in a grid of cameras in one window (--mount and --views apply to each).
 // The status bar shows the source, its codec and picture size, the latency from a packet's
 // arrival to its picture shown, and reconnections; a source that fails shows its message in
 // place of the views.
@@ -57,11 +59,16 @@
 namespace {
 
 using Outlines = std::vector<std::vector<std::vector<STRUCT_DrawPoint>>>;
-std::mutex g_mutexOverlay;
-Outlines g_overlay;
 
-// Runs on the library's draw thread: keeps a deep copy of the latest outlines.
-int OnOverlay(int, int, QVector<QVector<QVector<STRUCT_DrawPoint>>> _overlay) {
+// Cameras shown at once. The overlay callback does not say which player it comes from, so each
+// camera slot registers a function of its own (OnOverlay<SLOT>); more cameras would also make
+// their grids too small to use.
+constexpr int MAX_CAMERAS = 4;
+std::mutex g_mutexOverlay;
+Outlines g_aOverlay[MAX_CAMERAS];
+
+// Runs on the library's draw thread of camera SLOT: keeps a deep copy of the latest outlines.
+template <int SLOT> int OnOverlay(int, int, QVector<QVector<QVector<STRUCT_DrawPoint>>> _overlay) {
     Outlines overlay;
     for (const auto& view : _overlay) {
         overlay.emplace_back();
@@ -69,19 +76,22 @@ int OnOverlay(int, int, QVector<QVector<QVector<STRUCT_DrawPoint>>> _overlay) {
             overlay.back().emplace_back(polyline.cbegin(), polyline.cend());
     }
     std::lock_guard<std::mutex> lock(g_mutexOverlay);
-    g_overlay.swap(overlay);
+    g_aOverlay[SLOT].swap(overlay);
     return 0;
 }
 
-Outlines LatestOverlay() {
+const PF_FishDrawCallback OVERLAY_CALLBACKS[MAX_CAMERAS] = {OnOverlay<0>, OnOverlay<1>, OnOverlay<2>,
+                                                            OnOverlay<3>};
+
+Outlines LatestOverlay(int _iSlot) {
     std::lock_guard<std::mutex> lock(g_mutexOverlay);
-    return g_overlay;
+    return g_aOverlay[_iSlot];
 }
 
 // After a player is deleted: its outlines are no one's.
-void ClearOverlay() {
+void ClearOverlay(int _iSlot) {
     std::lock_guard<std::mutex> lock(g_mutexOverlay);
-    g_overlay.clear();
+    g_aOverlay[_iSlot].clear();
 }
 
 // Centre of a PTZ view's outline, 0 to 1 of the fisheye; (-1, -1) when it has none.
@@ -113,6 +123,7 @@ const QColor PTZ_COLORS[] = {QColor(255, 64, 64), QColor(64, 220, 64), QColor(80
 
 struct Options {
     QString m_qstrVideo = QStringLiteral("build/samples/fisheye_1920.h264");
+    QStringList m_qlistInputs; // the inputs given, one camera each
     int m_iMount = cmdline::MOUNT_CEILING;
     QStringList m_qlistViews = {QStringLiteral("source"), QStringLiteral("fisheye"), QStringLiteral("360"),
                                 QStringLiteral("180"),    QStringLiteral("lat"),     QStringLiteral("ptz4")};
@@ -242,7 +253,12 @@ private:
 
 class Viewer : public QMainWindow {
 public:
-    explicit Viewer(const Options& _tOptions) : m_tOptions(_tOptions) {
+    // Camera _iSlot (0 to MAX_CAMERAS - 1); a window of its own, or a cell of _pParent's grid.
+    Viewer(const Options& _tOptions, int _iSlot, QWidget* _pParent = nullptr)
+        : QMainWindow(_pParent), m_tOptions(_tOptions), m_iSlot(_iSlot) {
+        s_vecViewers.push_back(this);
+        if (_pParent) // a main window is a window of its own unless told otherwise
+            setWindowFlags(Qt::Widget);
         QMenu* pFile = menuBar()->addMenu(QStringLiteral("&File"));
         connect(pFile->addAction(QStringLiteral("Open &file...")), &QAction::triggered, this, [this] {
             const QString qstrFile = QFileDialog::getOpenFileName(
@@ -267,7 +283,7 @@ public:
         pFile->addSeparator();
         QAction* pQuit = pFile->addAction(QStringLiteral("&Quit"));
         pQuit->setShortcut(QKeySequence::Quit);
-        connect(pQuit, &QAction::triggered, this, &QWidget::close);
+        connect(pQuit, &QAction::triggered, this, [this] { window()->close(); });
         QMenu* pView = menuBar()->addMenu(QStringLiteral("&View"));
         QMenu* pMount = pView->addMenu(QStringLiteral("&Mounting"));
         auto* pGroup = new QActionGroup(this);
@@ -314,8 +330,15 @@ public:
         });
         connect(&m_qtimerPaint, &QTimer::timeout, this, &Viewer::RefreshPictures);
         connect(&m_qtimerProbe, &QTimer::timeout, this, &Viewer::Probe);
+        // In a grid of cameras, the keys act on the camera that has the keyboard.
+        if (_pParent)
+            for (QAction* pAction : findChildren<QAction*>())
+                pAction->setShortcutContext(Qt::WidgetWithChildrenShortcut);
     }
-    ~Viewer() override { Close(); }
+    ~Viewer() override {
+        Close();
+        s_vecViewers.erase(std::find(s_vecViewers.begin(), s_vecViewers.end(), this));
+    }
 
 protected:
     void keyPressEvent(QKeyEvent* _pEvent) override {
@@ -449,7 +472,7 @@ public:
         QMap<int, QVector<void*>> qmapWindows;
         for (ViewWidget* pView : m_vecViews)
             qmapWindows[pView->m_iType].append(pView->IsEngineView() ? pView->Window() : m_hMain);
-        m_pFish->SetPlayIndex(0);
+        m_pFish->SetPlayIndex(NextPlayId());
         std::array<std::uint8_t, 12> acHeader = fishsource::StreamHeader(m_iHeaderWidth, m_iHeaderHeight);
         QMap<int, QVector<int>> qmapIds;
         const int iRet = m_pFish->FishPlayer_CreatePlayerFromStream(
@@ -459,7 +482,7 @@ public:
             m_iId = -1;
             return Fail(QStringLiteral("creating the player failed: %1").arg(iRet));
         }
-        m_pFish->FishPlayer_RegisterDrawCallback(m_iId, OnOverlay);
+        m_pFish->FishPlayer_RegisterDrawCallback(m_iId, OVERLAY_CALLBACKS[m_iSlot]);
         if (!StartSource())
             return Fail(QStringLiteral("the source of %1 did not start").arg(m_tOptions.m_qstrVideo));
         m_qtimerPaint.start(40);
@@ -477,7 +500,7 @@ public:
         if (m_iId >= 0)
             m_pFish->FishPlayer_DeleteAllPlayer(m_iId);
         m_iId = -1;
-        ClearOverlay();
+        ClearOverlay(m_iSlot);
         if (m_hMain)
             m_tEngine.m_pfDestroySurface(m_hMain);
         m_hMain = nullptr;
@@ -530,7 +553,7 @@ public:
     void SteerPtz(int _iPtz, QPointF _qpt, int _iRounds, int _iGeneration) {
         if (_iPtz >= static_cast<int>(m_vecSteering.size()) || m_vecSteering[_iPtz] != _iGeneration)
             return; // a newer move of this view took over
-        const QPointF qptNow = OutlineCentre(LatestOverlay(), _iPtz);
+        const QPointF qptNow = OutlineCentre(Overlay(), _iPtz);
         if (m_iId < 0 || qptNow.x() < 0)
             return;
         const QPointF qptDrag = (_qpt - qptNow) * STEER_SHARE;
@@ -557,7 +580,7 @@ public:
     };
     std::vector<PtzPlace> PtzPlaces() const {
         std::vector<PtzPlace> vecPlaces;
-        const Outlines overlay = LatestOverlay();
+        const Outlines overlay = Overlay();
         for (int i = 0; i < static_cast<int>(overlay.size()); ++i)
             vecPlaces.push_back({OutlineCentre(overlay, i), Zoom(i)});
         return vecPlaces;
@@ -567,7 +590,7 @@ public:
     void RestorePlaces(std::vector<PtzPlace> _vecPlaces, int _iTries = 50) {
         if (m_iId < 0)
             return;
-        const Outlines overlay = LatestOverlay();
+        const Outlines overlay = Overlay();
         bool blReady = !overlay.empty() && overlay.size() >= _vecPlaces.size();
         for (size_t i = 0; blReady && i < overlay.size(); ++i)
             blReady = OutlineCentre(overlay, static_cast<int>(i)).x() >= 0;
@@ -676,6 +699,8 @@ public:
 
     // The player's controls, as the widgets use them.
     int Id() const { return m_iId; }
+    Outlines Overlay() const { return LatestOverlay(m_iSlot); }
+    const QStringList& Views() const { return m_tOptions.m_qlistViews; }
     CLS_FishPlayer* Fish() const { return m_pFish; }
     const QImage& MainPicture() const { return m_qimgMain; }
     QRect FisheyeArea() const { return m_qrectArea; }
@@ -847,6 +872,18 @@ private:
         m_llLastDecoded = std::max(m_llLastDecoded, llDecoded);
     }
 
+    // The engine's play id of this camera's next player, whose channel user data it subscribes
+    // to: the lowest id that no other camera's player holds (the engine gives ids out so, and the
+    // library's player ids follow them).
+    int NextPlayId() const {
+        int iId = 0;
+        while (std::any_of(s_vecViewers.cbegin(), s_vecViewers.cend(), [&](const Viewer* _pViewer) {
+            return _pViewer != this && _pViewer->m_iId == iId;
+        }))
+            ++iId;
+        return iId;
+    }
+
     void SetZoomValue(int _iPtz, int _iZoom) {
         if (_iPtz >= static_cast<int>(m_vecZoom.size()))
             m_vecZoom.resize(_iPtz + 1, ZOOM_START);
@@ -856,9 +893,11 @@ private:
     Options m_tOptions;
     CLS_FishPlayer* m_pFish = nullptr;
     EngineExt m_tEngine;
-    std::vector<int> m_vecZoom;      // each PTZ view's zoom value, as the library keeps it
-    std::vector<PtzPlace> m_vecHome; // where the PTZ views started
-    std::vector<int> m_vecSteering;  // each PTZ view's latest move (an older one stops)
+    int m_iSlot;
+    inline static std::vector<Viewer*> s_vecViewers; // every camera's viewer
+    std::vector<int> m_vecZoom;                      // each PTZ view's zoom value, as the library keeps it
+    std::vector<PtzPlace> m_vecHome;                 // where the PTZ views started
+    std::vector<int> m_vecSteering;                  // each PTZ view's latest move (an older one stops)
     bool m_blFullWindow = false;
     std::vector<QAction*> m_vecMountActions;
     QElapsedTimer m_qtimeRates; // the second the rates are counted over
@@ -908,7 +947,7 @@ void ViewWidget::paintEvent(QPaintEvent*) {
     }
     qpainter.drawImage(rect(), qimgMain, m_pViewer->FisheyeArea());
     DrawBanner();
-    const Outlines overlay = LatestOverlay();
+    const Outlines overlay = m_pViewer->Overlay();
     qpainter.setRenderHint(QPainter::Antialiasing);
     for (size_t iPtz = 0; iPtz < overlay.size(); ++iPtz) {
         for (const auto& polyline : overlay[iPtz]) {
@@ -931,7 +970,7 @@ void ViewWidget::mousePressEvent(QMouseEvent* _pEvent) {
     m_iDraggedPtz = -1;
     if (m_iType == CORRECT_TYPE_FISHEYE) {
         // The outline nearest to the press is the one dragged.
-        const Outlines overlay = LatestOverlay();
+        const Outlines overlay = m_pViewer->Overlay();
         double dBest = 1e9;
         for (int i = 0; i < static_cast<int>(overlay.size()); ++i) {
             const QPointF qptCentre = OutlineCentre(overlay, i);
@@ -1010,11 +1049,12 @@ QString ViewChoices() {
 
 void Usage() {
     std::printf(
-        "usage: fishviewer [INPUT] [--mount N] [--views LIST] [--size WxH] [--transport tcp|udp]\n"
+        "usage: fishviewer [INPUT...] [--mount N] [--views LIST] [--size WxH] [--transport tcp|udp]\n"
         "                  [--verbose] [--self-test DIR] [--help]\n"
         "  INPUT          fisheye video file or URL: rtsp://, rtsps://, http(s)://, udp://, rtp://,\n"
         "                 MP4, MKV, MOV, TS or raw H.264/H.265/MJPEG (default\n"
-        "                 build/samples/fisheye_1920.h264); files play in a loop\n"
+        "                 build/samples/fisheye_1920.h264); files play in a loop; up to %d\n"
+        "                 inputs play at once, a camera each, in a grid\n"
         "  --mount N      mounting mode: %s (default 2)\n"
         "  --views LIST   %s\n"
         "                 (default source,fisheye,360,180,lat,ptz4)\n"
@@ -1024,7 +1064,7 @@ void Usage() {
         "  --verbose      show the library's and Qt's log lines on standard error\n"
         "  --self-test DIR  play a while, drag and zoom PTZ view 0, write screenshots into DIR, quit\n"
         "  --help, -h     this text\n",
-        qPrintable(cmdline::MountChoices()), qPrintable(ViewChoices()));
+        MAX_CAMERAS, qPrintable(cmdline::MountChoices()), qPrintable(ViewChoices()));
 }
 
 bool ParseViews(cmdline::Parser& _tParser, const QString& _qstrValue, QStringList& _qlistViews) {
@@ -1054,7 +1094,6 @@ cmdline::ParseResult ParseOptions(const QStringList& _qlistArgs, Options& _tOpti
                                                {QStringLiteral("--self-test"), QStringLiteral("a folder")},
                                                {QStringLiteral("--transport"), QStringLiteral("tcp or udp")},
                                                {QStringLiteral("--size"), QStringLiteral("WIDTHxHEIGHT")}};
-    bool blInput = false;
     for (int i = 0; i < _qlistArgs.size(); ++i) {
         const QString& qstrArg = _qlistArgs[i];
         if (cmdline::IsHelp(qstrArg))
@@ -1079,12 +1118,13 @@ cmdline::ParseResult ParseOptions(const QStringList& _qlistArgs, Options& _tOpti
             blOk = tParser.Size(qstrArg, _qlistArgs[++i], _tOptions.m_iWidth, _tOptions.m_iHeight);
         else if (qstrArg.startsWith(QLatin1Char('-')) && qstrArg.size() > 1)
             blOk = tParser.Unknown(qstrArg);
-        else if (blInput)
-            blOk = tParser.Refuse(QStringLiteral("a second input '%1': the viewer shows one").arg(qstrArg));
-        else {
-            _tOptions.m_qstrVideo = qstrArg;
-            blInput = true;
-        }
+        else if (_tOptions.m_qlistInputs.size() == MAX_CAMERAS)
+            blOk = tParser.Refuse(
+                QStringLiteral("input '%1' refused: the viewer shows at most %2 cameras at once")
+                    .arg(qstrArg)
+                    .arg(MAX_CAMERAS));
+        else
+            _tOptions.m_qlistInputs.append(qstrArg);
         if (!blOk) {
             std::fprintf(stderr, "%s\n", qPrintable(tParser.Error()));
             return cmdline::ParseResult::Refused;
@@ -1103,7 +1143,7 @@ void SelfTest(Viewer* _pViewer, const QString& _qstrDir) {
             0, qptOrigin.x(), qptOrigin.y(), _pViewer->centralWidget()->width(),
             _pViewer->centralWidget()->height());
         qpix.save(QStringLiteral("%1/%2.png").arg(_qstrDir, QLatin1String(_pcName)));
-        const QPointF qptCentre = OutlineCentre(LatestOverlay(), 0);
+        const QPointF qptCentre = OutlineCentre(_pViewer->Overlay(), 0);
         std::printf("%s: outline of ptz0 at %.4f %.4f\n", _pcName, qptCentre.x(), qptCentre.y());
         std::printf("%s: status %s\n", _pcName, qPrintable(_pViewer->statusBar()->currentMessage()));
     };
@@ -1155,6 +1195,62 @@ void SelfTest(Viewer* _pViewer, const QString& _qstrDir) {
 
 } // namespace
 
+// The options of the camera playing _qstrInput: what the command line does not say comes from
+// this camera's last session.
+Options CameraOptions(Options _tOptions, const QString& _qstrInput) {
+    _tOptions.m_qstrVideo = _qstrInput;
+    QSettings qsettings;
+    qsettings.beginGroup(Viewer::SettingsGroup(_qstrInput));
+    if (!_tOptions.m_blMountGiven)
+        _tOptions.m_iMount = qsettings.value(QStringLiteral("mount"), _tOptions.m_iMount).toInt();
+    if (!_tOptions.m_blViewsGiven)
+        _tOptions.m_qlistViews =
+            qsettings.value(QStringLiteral("views"), _tOptions.m_qlistViews).toStringList();
+    return _tOptions;
+}
+
+// Several cameras: a grid of them in one window, each a viewer of its own. --self-test plays a
+// while, writes a PNG of each camera's first view (cameraN.png), its status line and a PNG of the
+// whole screen (all.png), and quits.
+int RunCameras(const Options& _tOptions) {
+    QWidget qwidgetGrid;
+    auto* pLayout = new QGridLayout(&qwidgetGrid);
+    const int iCount = static_cast<int>(_tOptions.m_qlistInputs.size());
+    const int iColumns = iCount <= 2 ? iCount : 2;
+    qwidgetGrid.setWindowTitle(QStringLiteral("fishviewer - %1 cameras").arg(iCount));
+    qwidgetGrid.resize(QGuiApplication::primaryScreen()->availableSize() * 0.9);
+    std::vector<Viewer*> vecViewers;
+    for (int i = 0; i < iCount; ++i) {
+        vecViewers.push_back(
+            new Viewer(CameraOptions(_tOptions, _tOptions.m_qlistInputs[i]), i, &qwidgetGrid));
+        pLayout->addWidget(vecViewers.back(), i / iColumns, i % iColumns);
+    }
+    qwidgetGrid.show();
+    QApplication::processEvents(); // each camera's cell has its size before its views are made
+    for (Viewer* pViewer : vecViewers)
+        if (!pViewer->Start() && pViewer->Failure().isEmpty())
+            return 1;
+    if (!_tOptions.m_qstrSelfTest.isEmpty()) {
+        QTimer::singleShot(3000, &qwidgetGrid, [&] {
+            QDir().mkpath(_tOptions.m_qstrSelfTest);
+            for (int i = 0; i < iCount; ++i) {
+                Viewer* pViewer = vecViewers[static_cast<size_t>(i)];
+                QWidget* pView = pViewer->View(pViewer->Views().value(0));
+                QWidget* pShot = pView ? pView : pViewer->centralWidget();
+                const QPoint qptOrigin = pShot->mapToGlobal(QPoint(0, 0));
+                QGuiApplication::primaryScreen()
+                    ->grabWindow(0, qptOrigin.x(), qptOrigin.y(), pShot->width(), pShot->height())
+                    .save(QStringLiteral("%1/camera%2.png").arg(_tOptions.m_qstrSelfTest).arg(i));
+                std::printf("camera %d: status %s\n", i, qPrintable(pViewer->statusBar()->currentMessage()));
+            }
+            QGuiApplication::primaryScreen()->grabWindow(0).save(_tOptions.m_qstrSelfTest +
+                                                                 QStringLiteral("/all.png"));
+            QApplication::exit(0);
+        });
+    }
+    return QApplication::exec();
+}
+
 int main(int _iArgc, char** _ppcArgv) {
     // Parsed before the application exists: --help and a refusal need no display.
     Options tOptions;
@@ -1167,17 +1263,10 @@ int main(int _iArgc, char** _ppcArgv) {
     QApplication qapp(_iArgc, _ppcArgv);
     QCoreApplication::setOrganizationName(QStringLiteral("fishplayer"));
     QCoreApplication::setApplicationName(QStringLiteral("fishviewer"));
-    {
-        // What the command line does not say comes from this camera's last session.
-        QSettings qsettings;
-        qsettings.beginGroup(Viewer::SettingsGroup(tOptions.m_qstrVideo));
-        if (!tOptions.m_blMountGiven)
-            tOptions.m_iMount = qsettings.value(QStringLiteral("mount"), tOptions.m_iMount).toInt();
-        if (!tOptions.m_blViewsGiven)
-            tOptions.m_qlistViews =
-                qsettings.value(QStringLiteral("views"), tOptions.m_qlistViews).toStringList();
-    }
-    Viewer tViewer(tOptions);
+    if (tOptions.m_qlistInputs.size() > 1)
+        return RunCameras(tOptions);
+    tOptions = CameraOptions(tOptions, tOptions.m_qlistInputs.value(0, tOptions.m_qstrVideo));
+    Viewer tViewer(tOptions, 0);
     if (!tViewer.Start() && tViewer.Failure().isEmpty())
         return 1;
     // A source that failed is shown in the window; a self-test takes a screenshot of it and ends.

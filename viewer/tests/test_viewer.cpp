@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <map>
@@ -167,6 +168,60 @@ TEST(ViewerUnderXvfb, ShowsWhyASourceFailedInPlaceOfTheViews) {
     EXPECT_GT(iDark, 50); // the text
 }
 
+// A 320 x 320 fisheye clip of an ffmpeg test source, four seconds long.
+void MakeFisheyeClip(const QString& _qstrSource, const QString& _qstrClip) {
+    QProcess qFfmpeg;
+    qFfmpeg.start(QStringLiteral("ffmpeg"),
+                  {QStringLiteral("-hide_banner"), QStringLiteral("-loglevel"), QStringLiteral("error"),
+                   QStringLiteral("-f"), QStringLiteral("lavfi"), QStringLiteral("-i"),
+                   _qstrSource + QStringLiteral("=size=640x320:rate=25:duration=4,"
+                                                "v360=input=e:output=fisheye:h_fov=180:v_fov=180:w=320:h=320,"
+                                                "format=yuv420p"),
+                   QStringLiteral("-c:v"), QStringLiteral("libx264"), QStringLiteral("-preset"),
+                   QStringLiteral("veryfast"), QStringLiteral("-g"), QStringLiteral("25"),
+                   QStringLiteral("-bf"), QStringLiteral("0"), QStringLiteral("-f"), QStringLiteral("h264"),
+                   _qstrClip});
+    ASSERT_TRUE(qFfmpeg.waitForFinished(60000)) << "ffmpeg (scripts/setup-debian.sh installs it) did not run";
+    ASSERT_EQ(qFfmpeg.exitCode(), 0) << qFfmpeg.readAllStandardError().toStdString();
+}
+
+TEST(ViewerUnderXvfb, TwoCamerasPlayAtOnceEachShowingItsOwnPictures) {
+    QTemporaryDir qDir;
+    ASSERT_TRUE(qDir.isValid());
+    const QString qstrBars = qDir.filePath(QStringLiteral("bars.h264"));
+    const QString qstrPattern = qDir.filePath(QStringLiteral("pattern.h264"));
+    MakeFisheyeClip(QStringLiteral("smptebars"), qstrBars);
+    MakeFisheyeClip(QStringLiteral("testsrc"), qstrPattern);
+    QProcess qViewer;
+    qViewer.start(QStringLiteral("xvfb-run"),
+                  {QStringLiteral("-a"), QStringLiteral("-s"), QStringLiteral("-screen 0 1920x1080x24"),
+                   QStringLiteral(FISHVIEWER_PATH), qstrBars, qstrPattern, QStringLiteral("--views"),
+                   QStringLiteral("360,ptz1"), QStringLiteral("--self-test"), qDir.path()});
+    ASSERT_TRUE(qViewer.waitForFinished(60000));
+    const std::string strOutput = qViewer.readAllStandardOutput().toStdString();
+    ASSERT_EQ(qViewer.exitCode(), 0) << strOutput << qViewer.readAllStandardError().toStdString();
+    // Each camera plays its own clip, with a status bar of its own.
+    const QString qstrStatus = QStringLiteral("camera %1: status %2 \\| h264 320 x 320 \\| .* \\| playing\n");
+    for (const auto& [iCamera, qstrClip] : {std::pair<int, QString>{0, qstrBars}, {1, qstrPattern}})
+        EXPECT_TRUE(QRegularExpression(qstrStatus.arg(iCamera).arg(QRegularExpression::escape(qstrClip)))
+                        .match(QString::fromStdString(strOutput))
+                        .hasMatch())
+            << strOutput;
+    // Each camera's panorama shows a picture (not one flat colour), and not the other's.
+    DemoImage atShots[2];
+    for (int i = 0; i < 2; ++i) {
+        atShots[i] = DemoImage::LoadPng(qDir.filePath(QStringLiteral("camera%1.png").arg(i)));
+        ASSERT_FALSE(atShots[i].IsNull()) << i;
+        int iMin = 255, iMax = 0;
+        for (int iByte = 0; iByte < atShots[i].ByteCount(); ++iByte) {
+            iMin = std::min<int>(iMin, atShots[i].Data()[iByte]);
+            iMax = std::max<int>(iMax, atShots[i].Data()[iByte]);
+        }
+        EXPECT_GT(iMax - iMin, 100) << "camera " << i << " shows no picture";
+    }
+    EXPECT_GT(Difference(atShots[0], atShots[1]), 20.0);
+}
+
 // The command line is read before any window exists: no display is needed to refuse it.
 ProgramRun RunViewer(const QStringList& _qlistArgs) {
     return RunProgram(QStringLiteral(FISHVIEWER_PATH), _qlistArgs, 30000);
@@ -211,6 +266,9 @@ TEST(ViewerOptions, BadOptionsExitTwoWithOneLineNamingTheOptionAndItsValues) {
          "fishviewer: --transport 'quic' refused: one of tcp, udp\n"},
         {{QStringLiteral("--zoom")}, "fishviewer: unknown option --zoom (--help lists the options)\n"},
         {{QStringLiteral("--views")}, "fishviewer: --views needs a value: " + strViews},
+        {{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("d"),
+          QStringLiteral("e")},
+         "fishviewer: input 'e' refused: the viewer shows at most 4 cameras at once\n"},
     };
     for (const auto& [qlistArgs, strLine] : aCases) {
         const ProgramRun tRun = RunViewer(qlistArgs);
