@@ -3,6 +3,7 @@
 // outline on the fisheye view moved.
 #include "DemoImage.h"
 #include "DemoSupport.h"
+#include "XServer.h"
 
 #include <QFile>
 #include <QElapsedTimer>
@@ -48,10 +49,12 @@ TEST(ViewerUnderXvfb, ADragAndAWheelTurnMoveThePtzViewAndItsOutline) {
     ASSERT_EQ(qFfmpeg.exitCode(), 0) << qFfmpeg.readAllStandardError().toStdString();
 
     QProcess qViewer;
-    qViewer.start(QStringLiteral("xvfb-run"),
-                  {QStringLiteral("-a"), QStringLiteral("-s"), QStringLiteral("-screen 0 1280x800x24"),
-                   QStringLiteral(FISHVIEWER_PATH), qstrClip, QStringLiteral("--size"),
-                   QStringLiteral("320x320"), QStringLiteral("--self-test"), qDir.path()});
+    const XServer tServer(QStringLiteral("1280x800x24"));
+    ASSERT_FALSE(tServer.Display().isEmpty()) << "Xvfb did not start";
+    qViewer.setProcessEnvironment(tServer.Environment());
+    qViewer.start(QStringLiteral(FISHVIEWER_PATH),
+                  {qstrClip, QStringLiteral("--size"), QStringLiteral("320x320"),
+                   QStringLiteral("--self-test"), qDir.path()});
     ASSERT_TRUE(qViewer.waitForFinished(60000));
     const QString qstrOutput = QString::fromUtf8(qViewer.readAllStandardOutput());
     ASSERT_EQ(qViewer.exitCode(), 0) << qstrOutput.toStdString()
@@ -115,9 +118,10 @@ TEST(ViewerUnderXvfb, ShowsWhatItPlaysOnTheStatusBar) {
     ASSERT_TRUE(qFfmpeg.waitForFinished(60000));
     ASSERT_EQ(qFfmpeg.exitCode(), 0) << qFfmpeg.readAllStandardError().toStdString();
     QProcess qViewer;
-    qViewer.start(QStringLiteral("xvfb-run"),
-                  {QStringLiteral("-a"), QStringLiteral("-s"), QStringLiteral("-screen 0 1280x800x24"),
-                   QStringLiteral(FISHVIEWER_PATH), qstrClip, QStringLiteral("--self-test"), qDir.path()});
+    const XServer tServer(QStringLiteral("1280x800x24"));
+    ASSERT_FALSE(tServer.Display().isEmpty()) << "Xvfb did not start";
+    qViewer.setProcessEnvironment(tServer.Environment());
+    qViewer.start(QStringLiteral(FISHVIEWER_PATH), {qstrClip, QStringLiteral("--self-test"), qDir.path()});
     ASSERT_TRUE(qViewer.waitForFinished(60000));
     const std::string strOutput = qViewer.readAllStandardOutput().toStdString();
     ASSERT_EQ(qViewer.exitCode(), 0) << strOutput;
@@ -141,9 +145,10 @@ TEST(ViewerUnderXvfb, ShowsWhyASourceFailedInPlaceOfTheViews) {
     QProcess qViewer;
     QElapsedTimer qtimer;
     qtimer.start();
-    qViewer.start(QStringLiteral("xvfb-run"),
-                  {QStringLiteral("-a"), QStringLiteral("-s"), QStringLiteral("-screen 0 1280x800x24"),
-                   QStringLiteral(FISHVIEWER_PATH), qstrInput, QStringLiteral("--self-test"), qDir.path()});
+    const XServer tServer(QStringLiteral("1280x800x24"));
+    ASSERT_FALSE(tServer.Display().isEmpty()) << "Xvfb did not start";
+    qViewer.setProcessEnvironment(tServer.Environment());
+    qViewer.start(QStringLiteral(FISHVIEWER_PATH), {qstrInput, QStringLiteral("--self-test"), qDir.path()});
     ASSERT_TRUE(qViewer.waitForFinished(60000));
     EXPECT_EQ(qViewer.exitCode(), 1);
     const std::string strError = qViewer.readAllStandardError().toStdString();
@@ -193,10 +198,12 @@ TEST(ViewerUnderXvfb, TwoCamerasPlayAtOnceEachShowingItsOwnPictures) {
     MakeFisheyeClip(QStringLiteral("smptebars"), qstrBars);
     MakeFisheyeClip(QStringLiteral("testsrc"), qstrPattern);
     QProcess qViewer;
-    qViewer.start(QStringLiteral("xvfb-run"),
-                  {QStringLiteral("-a"), QStringLiteral("-s"), QStringLiteral("-screen 0 1920x1080x24"),
-                   QStringLiteral(FISHVIEWER_PATH), qstrBars, qstrPattern, QStringLiteral("--views"),
-                   QStringLiteral("360,ptz1"), QStringLiteral("--self-test"), qDir.path()});
+    const XServer tServer(QStringLiteral("1920x1080x24"));
+    ASSERT_FALSE(tServer.Display().isEmpty()) << "Xvfb did not start";
+    qViewer.setProcessEnvironment(tServer.Environment());
+    qViewer.start(QStringLiteral(FISHVIEWER_PATH),
+                  {qstrBars, qstrPattern, QStringLiteral("--views"), QStringLiteral("360,ptz1"),
+                   QStringLiteral("--self-test"), qDir.path()});
     ASSERT_TRUE(qViewer.waitForFinished(60000));
     const std::string strOutput = qViewer.readAllStandardOutput().toStdString();
     ASSERT_EQ(qViewer.exitCode(), 0) << strOutput << qViewer.readAllStandardError().toStdString();

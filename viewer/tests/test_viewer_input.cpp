@@ -4,6 +4,7 @@
 // and the PTZ view's place.
 #include "DemoImage.h"
 #include "DemoSupport.h"
+#include "XServer.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -26,45 +27,12 @@ double Difference(const DemoImage& _tA, const DemoImage& _tB) {
     return DemoImage::Difference(_tA, _tB);
 }
 
-// Xvfb on the first free display (it says which on its standard output), stopped at the end.
-class XServer {
-public:
-    XServer() {
-        m_qProcess.start(QStringLiteral("Xvfb"),
-                         {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
-                          QStringLiteral("0"), QStringLiteral("1024x768x24"), QStringLiteral("-nolisten"),
-                          QStringLiteral("tcp")});
-        QElapsedTimer qtimer;
-        qtimer.start();
-        QByteArray qbaOut;
-        while (!qbaOut.contains('\n') && qtimer.elapsed() < 10000 &&
-               m_qProcess.state() != QProcess::NotRunning) {
-            m_qProcess.waitForReadyRead(200);
-            qbaOut += m_qProcess.readAllStandardOutput();
-        }
-        if (qbaOut.contains('\n'))
-            m_qstrDisplay = QStringLiteral(":") + QString::fromLatin1(qbaOut.trimmed());
-    }
-    ~XServer() {
-        m_qProcess.terminate();
-        if (!m_qProcess.waitForFinished(5000))
-            m_qProcess.kill();
-        m_qProcess.waitForFinished(5000);
-    }
-    const QString& Display() const { return m_qstrDisplay; }
-
-private:
-    QProcess m_qProcess;
-    QString m_qstrDisplay;
-};
-
 class ViewerInput : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(m_qDir.isValid());
         ASSERT_FALSE(m_xserver.Display().isEmpty()) << "Xvfb did not start";
-        m_qenv = QProcessEnvironment::systemEnvironment();
-        m_qenv.insert(QStringLiteral("DISPLAY"), m_xserver.Display());
+        m_qenv = m_xserver.Environment();
         m_qenv.insert(QStringLiteral("XDG_CONFIG_HOME"), m_qDir.filePath(QStringLiteral("config")));
         // A still fisheye scene (a grid over colour bars), so that pictures of the same place
         // compare equal.
