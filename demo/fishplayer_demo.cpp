@@ -94,9 +94,6 @@ struct Options {
     double m_dStepSeconds = 2.0; // live sources and files of unknown length: playing time per step
 };
 
-// The engine's result when its packet queue is full.
-constexpr int ENGINE_QUEUE_FULL = -3;
-
 void Usage() {
     std::printf("usage: fishplayer_demo [INPUT] [--out DIR] [--size WxH] [--mount N] [--sheet-width N]\n"
                 "                       [--scale F] [--transport tcp|udp] [--timeout S] [--fast]\n"
@@ -458,12 +455,10 @@ bool Demo::StartSource() {
         [pFish, iId](const std::uint8_t* _pcData, int _iSize) {
             const int iRet =
                 pFish->FishPlayer_PutStreamToPlayer(iId, 0, const_cast<unsigned char*>(_pcData), _iSize);
-            if (iRet == 0)
-                return fishsource::SinkResult::Taken;
-            if (iRet == ENGINE_QUEUE_FULL)
-                return fishsource::SinkResult::Busy;
-            std::fprintf(stderr, "\nfishplayer_demo: feeding the stream failed: %d\n", iRet);
-            return fishsource::SinkResult::Failed;
+            const fishsource::SinkResult eResult = fishsource::SinkResultOfPut(iRet);
+            if (eResult == fishsource::SinkResult::Failed)
+                std::fprintf(stderr, "\nfishplayer_demo: feeding the stream failed: %d\n", iRet);
+            return eResult;
         },
         [this](const fishsource::SourceStatus& _tStatus) { ReportStatus(_tStatus); },
         [this] { return DecodedPictures(); });

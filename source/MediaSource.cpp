@@ -4,6 +4,13 @@
 
 namespace fishsource {
 
+SinkResult SinkResultOfPut(int _iPutResult) {
+    constexpr int ENGINE_QUEUE_FULL = -3;
+    return _iPutResult == 0                   ? SinkResult::Taken
+           : _iPutResult == ENGINE_QUEUE_FULL ? SinkResult::Busy
+                                              : SinkResult::Failed;
+}
+
 namespace {
 
 using Clock = std::chrono::steady_clock;

@@ -54,6 +54,10 @@ enum class SinkResult {
     Failed // refused: the source fails with the sink's refusal
 };
 
+// What a result of CLS_FishPlayer::FishPlayer_PutStreamToPlayer means to the source: 0 is taken,
+// the engine's full packet queue (-3, passed up unchanged) is busy, anything else a refusal.
+SinkResult SinkResultOfPut(int _iPutResult);
+
 class MediaSource {
 public:
     typedef std::function<SinkResult(const std::uint8_t*, int)> PF_Sink;

@@ -136,8 +136,6 @@ struct Options {
     bool m_blViewsGiven = false;
 };
 
-// The engine's result when its packet queue is full.
-constexpr int ENGINE_QUEUE_FULL = -3;
 // The library's PTZ zoom values: where a view starts, and the range it keeps them in.
 constexpr int ZOOM_START = 10000;
 constexpr int ZOOM_LOWEST = 550;
@@ -752,11 +750,8 @@ private:
         const int iId = m_iId;
         return m_pSource->Start(
             [pFish, iId](const std::uint8_t* _pcData, int _iSize) {
-                const int iRet =
-                    pFish->FishPlayer_PutStreamToPlayer(iId, 0, const_cast<unsigned char*>(_pcData), _iSize);
-                return iRet == 0                   ? fishsource::SinkResult::Taken
-                       : iRet == ENGINE_QUEUE_FULL ? fishsource::SinkResult::Busy
-                                                   : fishsource::SinkResult::Failed;
+                return fishsource::SinkResultOfPut(
+                    pFish->FishPlayer_PutStreamToPlayer(iId, 0, const_cast<unsigned char*>(_pcData), _iSize));
             },
             nullptr, [iId, this] { return m_tEngine.DecodedPictures(iId); });
     }

@@ -353,4 +353,11 @@ TEST(SourceOpen, UnstartedOrUnopenedSourcesRefuseToStart) {
     EXPECT_EQ(tSource.Status().m_eState, SourceState::Idle);
 }
 
+TEST(SourceSink, ThePlayerLibrarysFeedResultsMapToTakenBusyAndRefused) {
+    EXPECT_EQ(SinkResultOfPut(0), SinkResult::Taken);
+    EXPECT_EQ(SinkResultOfPut(-3), SinkResult::Busy); // the engine's full queue, passed up unchanged
+    for (int iRet : {-1, -2, -4, -100, 1})
+        EXPECT_EQ(SinkResultOfPut(iRet), SinkResult::Failed) << iRet;
+}
+
 } // namespace
