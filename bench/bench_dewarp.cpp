@@ -136,19 +136,25 @@ void Dump(const std::string& _strName, const STRUCT_Picture& _picture) {
 }
 
 // Remaps one frame into every view per iteration.
+// _blGrid: tables with their interpolation grid (the renderer's default) or every entry exact.
 void RunViews(benchmark::State& _state, int _iSourceSize, const std::vector<STRUCT_ViewParams>& _vecViews,
-              const std::string& _strDump, n_RemapKernel _eKernel = n_RemapKernel::Best) {
+              const std::string& _strDump, n_RemapKernel _eKernel = n_RemapKernel::Best,
+              bool _blGrid = true) {
     const STRUCT_Picture& source = Source(_iSourceSize);
     std::vector<CLS_RemapTable> vecTables(_vecViews.size());
     std::vector<STRUCT_Picture> vecOutputs;
     double dPixels = 0.0;
+    double dInterpolated = 0.0;
     for (std::size_t i = 0; i < _vecViews.size(); ++i) {
+        vecTables[i].SetInterpolation(_blGrid);
         if (!vecTables[i].Update(_vecViews[i], _iSourceSize, _iSourceSize)) {
             _state.SkipWithError("the view's table could not be built");
             return;
         }
         vecOutputs.emplace_back(_vecViews[i].m_iWidth, _vecViews[i].m_iHeight);
-        dPixels += static_cast<double>(_vecViews[i].m_iWidth) * _vecViews[i].m_iHeight;
+        const double dViewPixels = static_cast<double>(_vecViews[i].m_iWidth) * _vecViews[i].m_iHeight;
+        dPixels += dViewPixels;
+        dInterpolated += vecTables[i].InterpolatedShare() * dViewPixels;
     }
     const int iThreads = Threads();
     for (auto _ : _state) {
@@ -163,6 +169,7 @@ void RunViews(benchmark::State& _state, int _iSourceSize, const std::vector<STRU
     _state.counters["pixels_per_second"] =
         benchmark::Counter(dPixels, benchmark::Counter::kIsIterationInvariantRate);
     _state.counters["threads"] = iThreads > 0 ? iThreads : DefaultThreadCount();
+    _state.counters["interpolated"] = dInterpolated / dPixels;
 }
 
 // The three scenes of the comparison.
@@ -199,6 +206,12 @@ void BM_FourPtz(benchmark::State& _state) {
 // A scene with the portable kernel, against which the vectorised one's speed-up is measured.
 void BM_Portable(benchmark::State& _state, n_Scene _eScene) {
     RunViews(_state, static_cast<int>(_state.range(0)), SceneViews(_eScene), "", n_RemapKernel::Scalar);
+}
+
+// A scene with every table entry exact (no interpolation grid), against which the grid's gain is
+// measured.
+void BM_Exact(benchmark::State& _state, n_Scene _eScene) {
+    RunViews(_state, static_cast<int>(_state.range(0)), SceneViews(_eScene), "", n_RemapKernel::Best, false);
 }
 
 // Scaling with the number of PTZ views (1280 x 720 each, from the 1920 fisheye).
@@ -352,6 +365,21 @@ BENCHMARK_CAPTURE(BM_Portable, Panorama, SCENE_PANORAMA)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_Portable, FourPtz, SCENE_FOUR_PTZ)
+    ->Arg(1920)
+    ->Arg(2880)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Exact, Ptz, SCENE_PTZ)
+    ->Arg(1920)
+    ->Arg(2880)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Exact, Panorama, SCENE_PANORAMA)
+    ->Arg(1920)
+    ->Arg(2880)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Exact, FourPtz, SCENE_FOUR_PTZ)
     ->Arg(1920)
     ->Arg(2880)
     ->UseRealTime()

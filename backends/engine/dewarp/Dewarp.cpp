@@ -30,6 +30,19 @@ void Axis(double _dPosition, int _iSize, std::uint16_t* _puPixel, std::uint8_t* 
     *_pblStep = blStep;
 }
 
+constexpr std::int32_t NO_NODE = INT32_MIN; // where the view shows nothing
+
+// A node's position from a source position in pixels, or NO_NODE. Nodes keep half an entry unit
+// inside the first and last pixel centres, so that every position interpolated between two of them
+// has a right and a lower neighbour (the grid's entries all take GRID_FLAGS).
+std::int32_t Node(double _dPosition, int _iSize) {
+    const double dNode = (_dPosition - 0.5) * STRUCT_GridNode::NODE_ONE;
+    if (!(dNode >= NODE_PER_ENTRY_UNIT &&
+          dNode <= static_cast<double>(_iSize - 1) * STRUCT_GridNode::NODE_ONE - NODE_PER_ENTRY_UNIT))
+        return NO_NODE; // NaN too
+    return static_cast<std::int32_t>(std::lround(dNode));
+}
+
 } // namespace
 
 int DefaultThreadCount() {
@@ -85,9 +98,13 @@ bool CLS_RemapTable::SourcePosition(const CLS_FisheyeGeometry& _geometry, const 
 
 bool CLS_RemapTable::Update(const STRUCT_ViewParams& _tParams, int _iSourceWidth, int _iSourceHeight) {
     if (IsValid() && _tParams == m_tParams && _iSourceWidth == m_iSourceWidth &&
-        _iSourceHeight == m_iSourceHeight)
+        _iSourceHeight == m_iSourceHeight && m_blInterpolation == m_blBuiltInterpolation)
         return true;
     m_vecEntries.clear();
+    m_vecNodes.clear();
+    m_vecInterpolated.clear();
+    m_iCellColumns = 0;
+    m_blBuiltInterpolation = m_blInterpolation;
     m_tParams = _tParams;
     m_iSourceWidth = _iSourceWidth;
     m_iSourceHeight = _iSourceHeight;
@@ -105,9 +122,85 @@ bool CLS_RemapTable::Update(const STRUCT_ViewParams& _tParams, int _iSourceWidth
         _tParams.m_iPtzZoom / 10000.0, static_cast<double>(_tParams.m_iWidth) / _tParams.m_iHeight);
     m_vecEntries.resize(static_cast<std::size_t>(_tParams.m_iWidth) * _tParams.m_iHeight);
     ++m_iBuilds;
-    RunInRowBands(_tParams.m_iHeight, 0,
-                  [&](int _iFirst, int _iLast) { BuildRows(geometry, tPtzView, _iFirst, _iLast); });
+    if (m_blInterpolation) {
+        m_iCellColumns = (_tParams.m_iWidth + GRID - 1) / GRID;
+        m_vecNodes.resize(static_cast<std::size_t>(m_iCellColumns + 1) * _tParams.m_iHeight);
+        m_vecInterpolated.resize(static_cast<std::size_t>(m_iCellColumns) * _tParams.m_iHeight);
+    }
+    RunInRowBands(_tParams.m_iHeight, 0, [&](int _iFirst, int _iLast) {
+        BuildRows(geometry, tPtzView, _iFirst, _iLast);
+        if (m_blInterpolation)
+            BuildGrid(geometry, tPtzView, _iFirst, _iLast);
+    });
     return true;
+}
+
+void CLS_RemapTable::BuildGrid(const CLS_FisheyeGeometry& _geometry, const STRUCT_ViewFrame& _tPtzView,
+                               int _iFirst, int _iLast) {
+    const int iNodes = m_iCellColumns + 1;
+    for (int y = _iFirst; y < _iLast; ++y) {
+        // The last node may lie past the row's last pixel: the view's geometry goes on there, and
+        // where it does not, the node is missing and the cell stays exact.
+        STRUCT_GridNode* pNode = m_vecNodes.data() + static_cast<std::size_t>(y) * iNodes;
+        for (int i = 0; i < iNodes; ++i, ++pNode) {
+            STRUCT_PlanePoint tSource{};
+            *pNode = {NO_NODE, NO_NODE};
+            if (SourcePosition(_geometry, m_tParams, _tPtzView, i * GRID + 0.5, y + 0.5, &tSource))
+                *pNode = {Node(tSource.m_dX * m_iSourceWidth, m_iSourceWidth),
+                          Node(tSource.m_dY * m_iSourceHeight, m_iSourceHeight)};
+        }
+        for (int i = 0; i < m_iCellColumns; ++i)
+            m_vecInterpolated[static_cast<std::size_t>(y) * m_iCellColumns + i] =
+                InterpolateCell(i, y) ? 1 : 0;
+    }
+}
+
+bool CLS_RemapTable::InterpolateCell(int _iColumn, int _iRow) {
+    const STRUCT_GridNode* pNodes =
+        &m_vecNodes[static_cast<std::size_t>(_iRow) * (m_iCellColumns + 1) + _iColumn];
+    for (const STRUCT_GridNode& tNode : {pNodes[0], pNodes[1]})
+        if (NO_NODE == tNode.m_iX || NO_NODE == tNode.m_iY)
+            return false;
+    if (std::abs(pNodes[1].m_iX - pNodes[0].m_iX) > MAX_NODE_STEP ||
+        std::abs(pNodes[1].m_iY - pNodes[0].m_iY) > MAX_NODE_STEP)
+        return false;
+    const int iX = _iColumn * GRID;
+    const int iCount = std::min(GRID, m_tParams.m_iWidth - iX);
+    STRUCT_RemapEntry atMade[GRID];
+    InterpolateEntries(pNodes[0], pNodes[1], iCount, atMade);
+    STRUCT_RemapEntry* pExact = &m_vecEntries[static_cast<std::size_t>(_iRow) * m_tParams.m_iWidth + iX];
+    const auto units = [](std::uint16_t _uPixel, std::uint8_t _uFrac) { return _uPixel * 256 + _uFrac; };
+    for (int x = 0; x < iCount; ++x)
+        if (pExact[x].m_uFlags != GRID_FLAGS ||
+            std::abs(units(atMade[x].m_uX, atMade[x].m_uFracX) - units(pExact[x].m_uX, pExact[x].m_uFracX)) >
+                GRID_TOLERANCE ||
+            std::abs(units(atMade[x].m_uY, atMade[x].m_uFracY) - units(pExact[x].m_uY, pExact[x].m_uFracY)) >
+                GRID_TOLERANCE)
+            return false;
+    std::copy(atMade, atMade + iCount, pExact);
+    return true;
+}
+
+const STRUCT_RemapEntry* CLS_RemapTable::Row(int _iX, int _iY, int _iCount, STRUCT_RemapEntry* _pBuffer,
+                                             n_RemapKernel _eKernel) const {
+    const STRUCT_RemapEntry* pTable = &Entry(_iX, _iY);
+    if (m_vecInterpolated.empty())
+        return pTable;
+    const std::uint8_t* pCells =
+        m_vecInterpolated.data() + static_cast<std::size_t>(_iY) * m_iCellColumns + _iX / GRID;
+    if (std::none_of(pCells, pCells + (_iCount + GRID - 1) / GRID, [](std::uint8_t _u) { return _u != 0; }))
+        return pTable;
+    SelectGridRowKernel(_eKernel)(m_vecNodes.data() + static_cast<std::size_t>(_iY) * (m_iCellColumns + 1) +
+                                      _iX / GRID,
+                                  pCells, pTable, _iCount, _pBuffer);
+    return _pBuffer;
+}
+
+double CLS_RemapTable::InterpolatedShare() const {
+    if (m_vecInterpolated.empty())
+        return 0.0;
+    return static_cast<double>(std::count(m_vecInterpolated.begin(), m_vecInterpolated.end(), 1)) /
+           static_cast<double>(m_vecInterpolated.size());
 }
 
 void CLS_RemapTable::BuildRows(const CLS_FisheyeGeometry& _geometry, const STRUCT_ViewFrame& _tPtzView,
@@ -156,19 +249,14 @@ bool CLS_RemapTable::Apply(const STRUCT_Image& _src, const STRUCT_Image& _dst, i
                                        static_cast<std::size_t>(_src.m_iWidth) * iChannels};
     const FN_RemapRow fnRow = SelectRowKernel(iChannels, _eKernel, tSource.m_uSize);
     const int iWidth = _dst.m_iWidth;
-    // Column tiles, each row band going through its tiles one after the other: the next row of a
-    // tile samples the source next to where the last one did (for a panorama, the neighbouring arc
-    // of the image circle), still in the first-level caches, where whole rows of a wide view go
-    // round the image circle and evict it. A tile row's entries take 4 KiB.
-    constexpr int TILE = 512;
     RunInRowBands(_dst.m_iHeight, _iThreads, [&](int _iFirst, int _iLast) {
-        for (int x0 = 0; x0 < iWidth; x0 += TILE) {
-            const int iCount = std::min(TILE, iWidth - x0);
+        STRUCT_RemapEntry atRow[TILE_WIDTH];
+        ForEachTile(iWidth, [&](int _iX, int _iCount) {
             for (int y = _iFirst; y < _iLast; ++y)
-                fnRow(m_vecEntries.data() + static_cast<std::size_t>(y) * iWidth + x0, iCount, tSource,
+                fnRow(Row(_iX, y, _iCount, atRow, _eKernel), _iCount, tSource,
                       _dst.m_pData + static_cast<std::size_t>(y) * _dst.m_iStride +
-                          static_cast<std::size_t>(x0) * iChannels);
-        }
+                          static_cast<std::size_t>(_iX) * iChannels);
+        });
     });
     return true;
 }

@@ -73,6 +73,14 @@ struct STRUCT_RemapEntry {
     std::uint8_t m_uReserved;
 };
 
+// A node of a remap table's grid (see CLS_RemapTable::GRID): the source position less half a pixel,
+// in 1/NODE_ONE source pixels.
+struct STRUCT_GridNode {
+    static constexpr int NODE_ONE = 4096;
+    std::int32_t m_iX;
+    std::int32_t m_iY;
+};
+
 // The remap's inner loop. Every kernel gives the same bytes (the same fixed-point sums); they differ
 // in speed only. Best is the fastest one the processor runs.
 enum class n_RemapKernel : int {
@@ -91,6 +99,15 @@ public:
     static constexpr std::uint8_t STEP_Y = 4;
     static constexpr int MAX_SOURCE_SIZE = 65535;
     static constexpr int MAX_OUTPUT_PIXELS = 8192 * 4320; // 8K; the table takes 8 bytes a pixel
+    // The grid: source positions computed at every GRID-th pixel of each output row and
+    // interpolated linearly in between, in cells of GRID pixels of a row, wherever that stays within
+    // GRID_TOLERANCE / 256 of a source pixel of the exact entry, on both axes and every pixel of
+    // the cell. Other cells (the image circle's rim, the source's border, strongly curved places)
+    // keep their exact entries. Apply reads the table for those cells only and makes the others'
+    // entries as it goes, from a node of 8 bytes a cell: the table's 8 bytes a pixel were most of a
+    // large view's memory traffic.
+    static constexpr int GRID = 8;
+    static constexpr int GRID_TOLERANCE = 2;
 
     // Makes the table fit the view and the source size; rebuilds it only when one of them changed.
     // True when the table is usable; false (and an empty table) for sizes out of range (a side of
@@ -103,9 +120,20 @@ public:
     const STRUCT_ViewParams& Params() const { return m_tParams; }
     int SourceWidth() const { return m_iSourceWidth; }
     int SourceHeight() const { return m_iSourceHeight; }
+    // The entry Apply uses for an output pixel: interpolated from the grid or exact (see GRID).
     const STRUCT_RemapEntry& Entry(int _iX, int _iY) const {
         return m_vecEntries[static_cast<std::size_t>(_iY) * m_tParams.m_iWidth + _iX];
     }
+    // The entries of pixels [_iX, _iX + _iCount) of row _iY, as Entry() gives them: made in _pBuffer
+    // (room for _iCount entries) from the grid where its cells are interpolated, or in the table.
+    // _iX is a multiple of GRID. _eKernel as for Apply (the entries do not depend on it).
+    const STRUCT_RemapEntry* Row(int _iX, int _iY, int _iCount, STRUCT_RemapEntry* _pBuffer,
+                                 n_RemapKernel _eKernel = n_RemapKernel::Best) const;
+    // Whether Update builds the grid (the default). Without it every entry is exact and Apply reads
+    // them all from the table. A change takes effect at the next Update, which then rebuilds.
+    void SetInterpolation(bool _blOn) { m_blInterpolation = _blOn; }
+    // The share of the grid's cells that are interpolated (0 without the grid).
+    double InterpolatedShare() const;
 
     // Remaps _src into _dst (which must not overlap). Both must have the same channel count, _src the size
     // the table was built for and _dst the view's output size; false (nothing written) otherwise. _iThreads:
@@ -126,6 +154,16 @@ public:
 private:
     void BuildRows(const CLS_FisheyeGeometry& _geometry, const STRUCT_ViewFrame& _tPtzView, int _iFirst,
                    int _iLast);
+    void BuildGrid(const CLS_FisheyeGeometry& _geometry, const STRUCT_ViewFrame& _tPtzView, int _iFirst,
+                   int _iLast);
+    // Interpolates a cell's nodes into its entries where that meets GRID_TOLERANCE; true if so.
+    bool InterpolateCell(int _iColumn, int _iRow);
+
+    bool m_blInterpolation = true;
+    bool m_blBuiltInterpolation = true;
+    int m_iCellColumns = 0;
+    std::vector<STRUCT_GridNode> m_vecNodes;     // per output row, m_iCellColumns + 1 of them
+    std::vector<std::uint8_t> m_vecInterpolated; // per cell: 1 where interpolated
 
     STRUCT_ViewParams m_tParams{};
     int m_iSourceWidth = 0;

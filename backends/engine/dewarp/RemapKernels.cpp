@@ -42,6 +42,34 @@ inline void RemapPixel(const STRUCT_RemapEntry& _tEntry, const STRUCT_RowSource&
             (p00[c] * uW00 + p01[c] * uW01 + p10[c] * uW10 + p11[c] * uW11 + 32768u) >> 16);
 }
 
+// The grid's interpolation in node units: _iK / GRID of the way from _iA to _iB, rounded down (the
+// bias keeps the shifted value non-negative, so that it rounds the same everywhere).
+constexpr int GRID_SHIFT = 3;
+static_assert(1 << GRID_SHIFT == CLS_RemapTable::GRID, "a shift divides by the grid step");
+constexpr std::int32_t LERP_BIAS = 1 << 26; // above MAX_NODE_STEP * 2 * GRID
+static_assert(LERP_BIAS > 2 * MAX_NODE_STEP * CLS_RemapTable::GRID, "products within the bias");
+
+inline std::int32_t NodeLerp(std::int32_t _iA, std::int32_t _iB, int _iK) {
+    return _iA + (((_iB - _iA) * _iK + LERP_BIAS) >> GRID_SHIFT) - (LERP_BIAS >> GRID_SHIFT);
+}
+
+// A node position in entry units (1/256 pixel), rounded to the nearest.
+inline int EntryUnits(std::int32_t _iNode) {
+    return (_iNode + NODE_PER_ENTRY_UNIT / 2) / NODE_PER_ENTRY_UNIT;
+}
+
+void GridRowScalar(const STRUCT_GridNode* _pNodes, const std::uint8_t* _pInterpolated,
+                   const STRUCT_RemapEntry* _pTable, int _iCount, STRUCT_RemapEntry* _pOut) {
+    for (int x = 0; x < _iCount; x += CLS_RemapTable::GRID) {
+        const int iCell = x / CLS_RemapTable::GRID;
+        const int iPixels = std::min(CLS_RemapTable::GRID, _iCount - x);
+        if (_pInterpolated[iCell])
+            InterpolateEntries(_pNodes[iCell], _pNodes[iCell + 1], iPixels, _pOut + x);
+        else
+            std::copy(_pTable + x, _pTable + x + iPixels, _pOut + x);
+    }
+}
+
 template <int CHANNELS>
 void RemapRowScalar(const STRUCT_RemapEntry* _pEntries, int _iCount, const STRUCT_RowSource& _tSource,
                     std::uint8_t* _pOut) {
@@ -203,6 +231,53 @@ FISHEYE_AVX2 void RemapRowAvx2(const STRUCT_RemapEntry* _pEntries, int _iCount,
     for (; x < _iCount; ++x)
         RemapPixel<CHANNELS>(_pEntries[x], _tSource, _pOut + x * CHANNELS);
 }
+
+// A node coordinate's run over a cell, from _iA to _iB, in entry units: NodeLerp and EntryUnits for
+// the eight pixels _vK.
+FISHEYE_AVX2 inline __m256i GridRun(std::int32_t _iA, std::int32_t _iB, __m256i _vK, __m256i _vBias,
+                                    __m256i _vHalf) {
+    static_assert(NODE_PER_ENTRY_UNIT == 16, "entry units are node units shifted by 4");
+    const __m256i vStep = _mm256_srai_epi32(
+        _mm256_add_epi32(_mm256_mullo_epi32(_mm256_set1_epi32(_iB - _iA), _vK), _vBias), GRID_SHIFT);
+    const __m256i vNode = _mm256_add_epi32(_mm256_set1_epi32(_iA - (LERP_BIAS >> GRID_SHIFT)), vStep);
+    return _mm256_srai_epi32(_mm256_add_epi32(vNode, _vHalf), 4);
+}
+
+// GridRowScalar eight pixels, a whole cell, at a time, with the same 32-bit sums.
+FISHEYE_AVX2 void GridRowAvx2(const STRUCT_GridNode* _pNodes, const std::uint8_t* _pInterpolated,
+                              const STRUCT_RemapEntry* _pTable, int _iCount, STRUCT_RemapEntry* _pOut) {
+    static_assert(CLS_RemapTable::GRID == 8 && sizeof(STRUCT_RemapEntry) == 8, "a cell in two vectors");
+    const __m256i vK = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+    const __m256i vBias = _mm256_set1_epi32(LERP_BIAS);
+    const __m256i vHalf = _mm256_set1_epi32(NODE_PER_ENTRY_UNIT / 2);
+    const __m256i vByte = _mm256_set1_epi32(0xFF);
+    const __m256i vFlags = _mm256_set1_epi32(GRID_FLAGS << 16);
+    int x = 0;
+    for (; x + 8 <= _iCount; x += 8) {
+        const int iCell = x / 8;
+        __m256i* pOut = reinterpret_cast<__m256i*>(_pOut + x);
+        if (!_pInterpolated[iCell]) {
+            const __m256i* pTable = reinterpret_cast<const __m256i*>(_pTable + x);
+            _mm256_storeu_si256(pOut, _mm256_loadu_si256(pTable));
+            _mm256_storeu_si256(pOut + 1, _mm256_loadu_si256(pTable + 1));
+            continue;
+        }
+        const __m256i vX = GridRun(_pNodes[iCell].m_iX, _pNodes[iCell + 1].m_iX, vK, vBias, vHalf);
+        const __m256i vY = GridRun(_pNodes[iCell].m_iY, _pNodes[iCell + 1].m_iY, vK, vBias, vHalf);
+        // An entry's first word holds the pixel's x and y, its second the fractions and the flags.
+        const __m256i vFirst =
+            _mm256_or_si256(_mm256_srli_epi32(vX, 8), _mm256_slli_epi32(_mm256_srli_epi32(vY, 8), 16));
+        const __m256i vSecond = _mm256_or_si256(
+            _mm256_or_si256(_mm256_and_si256(vX, vByte), _mm256_slli_epi32(_mm256_and_si256(vY, vByte), 8)),
+            vFlags);
+        const __m256i vLow = _mm256_unpacklo_epi32(vFirst, vSecond);  // pixels 0, 1 | 4, 5
+        const __m256i vHigh = _mm256_unpackhi_epi32(vFirst, vSecond); // pixels 2, 3 | 6, 7
+        _mm256_storeu_si256(pOut, _mm256_permute2x128_si256(vLow, vHigh, 0x20));
+        _mm256_storeu_si256(pOut + 1, _mm256_permute2x128_si256(vLow, vHigh, 0x31));
+    }
+    if (x < _iCount)
+        GridRowScalar(_pNodes + x / 8, _pInterpolated + x / 8, _pTable + x, _iCount - x, _pOut + x);
+}
 #else
 bool CpuHasAvx2() {
     return false;
@@ -220,6 +295,30 @@ template <int CHANNELS> FN_RemapRow RowKernel(n_RemapKernel _eKernel) {
 }
 
 } // namespace
+
+void InterpolateEntries(const STRUCT_GridNode& _tA, const STRUCT_GridNode& _tB, int _iCount,
+                        STRUCT_RemapEntry* _pOut) {
+    for (int k = 0; k < _iCount; ++k) {
+        const int iX = EntryUnits(NodeLerp(_tA.m_iX, _tB.m_iX, k));
+        const int iY = EntryUnits(NodeLerp(_tA.m_iY, _tB.m_iY, k));
+        _pOut[k] = {static_cast<std::uint16_t>(iX >> 8),
+                    static_cast<std::uint16_t>(iY >> 8),
+                    static_cast<std::uint8_t>(iX & 0xFF),
+                    static_cast<std::uint8_t>(iY & 0xFF),
+                    GRID_FLAGS,
+                    0};
+    }
+}
+
+FN_GridRow SelectGridRowKernel(n_RemapKernel _eKernel) {
+#if FISHEYE_DEWARP_X86
+    if (n_RemapKernel::Avx2 == _eKernel || (n_RemapKernel::Best == _eKernel && CpuHasAvx2()))
+        return &GridRowAvx2;
+#else
+    (void)_eKernel;
+#endif
+    return &GridRowScalar;
+}
 
 bool HaveAvx2() {
     return CpuHasAvx2();

@@ -229,22 +229,23 @@ bool CLS_YuvRemap::Apply(const STRUCT_YuvImage& _src, std::uint8_t* _pcDst, int 
     const FN_ConvertSpan fnConvert = SelectConvert(_eOrder, _eKernel);
     // Column tiles as in CLS_RemapTable::Apply; each tile's samples stay in the first-level cache
     // between the remap and the conversion, and a chroma row serves two output rows.
-    constexpr int TILE = 256; // even: a tile starts on a chroma sample
     RunInRowBands(m_luma.Params().m_iHeight, _iThreads, [&](int _iFirst, int _iLast) {
-        std::uint8_t acY[TILE];
-        std::uint8_t acUv[TILE]; // NV12: U and V interleaved
-        std::uint8_t acU[TILE / 2];
-        std::uint8_t acV[TILE / 2];
-        for (int x0 = 0; x0 < iWidth; x0 += TILE) {
-            const int iCount = std::min(TILE, iWidth - x0);
-            const int iChromaCount = (iCount + 1) / 2;
+        STRUCT_RemapEntry atLuma[TILE_WIDTH];
+        STRUCT_RemapEntry atChroma[TILE_WIDTH / 2];
+        std::uint8_t acY[TILE_WIDTH];
+        std::uint8_t acUv[TILE_WIDTH]; // NV12: U and V interleaved
+        std::uint8_t acU[TILE_WIDTH / 2];
+        std::uint8_t acV[TILE_WIDTH / 2];
+        ForEachTile(iWidth, [&](int _iX, int _iCount) {
+            const int iChromaCount = (_iCount + 1) / 2;
             int iChromaRow = -1;
             for (int y = _iFirst; y < _iLast; ++y) {
-                const STRUCT_RemapEntry* pLuma = &m_luma.Entry(x0, y);
-                fnY(pLuma, iCount, tY, acY);
+                const STRUCT_RemapEntry* pLuma = m_luma.Row(_iX, y, _iCount, atLuma, _eKernel);
+                fnY(pLuma, _iCount, tY, acY);
                 if (y / 2 != iChromaRow) {
                     iChromaRow = y / 2;
-                    const STRUCT_RemapEntry* pChroma = &m_chroma.Entry(x0 / 2, iChromaRow);
+                    const STRUCT_RemapEntry* pChroma =
+                        m_chroma.Row(_iX / 2, iChromaRow, iChromaCount, atChroma, _eKernel);
                     if (blNv12) {
                         fnU(pChroma, iChromaCount, tU, acUv);
                         for (int i = 0; i < iChromaCount; ++i) {
@@ -261,11 +262,11 @@ bool CLS_YuvRemap::Apply(const STRUCT_YuvImage& _src, std::uint8_t* _pcDst, int 
                         if (!(pChroma[i].m_uFlags & CLS_RemapTable::INSIDE))
                             acU[i] = acV[i] = 128;
                 }
-                fnConvert(pLuma, acY, acU, acV, 0, iCount, k,
+                fnConvert(pLuma, acY, acU, acV, 0, _iCount, k,
                           _pcDst + static_cast<std::size_t>(y) * _iDstStride +
-                              static_cast<std::size_t>(x0) * iBytes);
+                              static_cast<std::size_t>(_iX) * iBytes);
             }
-        }
+        });
     });
     return true;
 }
