@@ -20,6 +20,7 @@
 // iteration copies another slice of 256 MiB arenas, far larger than the last-level cache), on as
 // many threads as the remap. A copy of buffers that stay in cache would measure the caches instead.
 #include "Dewarp.h"
+#include "YuvRemap.h"
 
 #include <benchmark/benchmark.h>
 
@@ -214,6 +215,57 @@ void BM_Exact(benchmark::State& _state, n_Scene _eScene) {
     RunViews(_state, static_cast<int>(_state.range(0)), SceneViews(_eScene), "", n_RemapKernel::Best, false);
 }
 
+// The same scenes from a decoder's planes (I420 of the scene: its first channel as luma, the
+// others at half resolution as chroma) into BGRX, as the engine draws X11 windows; with
+// _eKernel and, for the exact variant, no interpolation grid.
+void BM_Planes(benchmark::State& _state, n_Scene _eScene, n_RemapKernel _eKernel, bool _blGrid) {
+    const int iSize = static_cast<int>(_state.range(0));
+    const STRUCT_Picture& source = Source(iSize);
+    const int iChroma = (iSize + 1) / 2;
+    std::vector<std::uint8_t> vecY(static_cast<std::size_t>(iSize) * iSize);
+    std::vector<std::uint8_t> vecU(static_cast<std::size_t>(iChroma) * iChroma);
+    std::vector<std::uint8_t> vecV(vecU.size());
+    for (int y = 0; y < iSize; ++y)
+        for (int x = 0; x < iSize; ++x) {
+            const std::uint8_t* p = &source.m_vecData[(static_cast<std::size_t>(y) * iSize + x) * CHANNELS];
+            vecY[static_cast<std::size_t>(y) * iSize + x] = p[0];
+            vecU[static_cast<std::size_t>(y / 2) * iChroma + x / 2] = p[1];
+            vecV[static_cast<std::size_t>(y / 2) * iChroma + x / 2] = p[2];
+        }
+    STRUCT_YuvImage tImage;
+    tImage.m_apcPlane[0] = vecY.data();
+    tImage.m_apcPlane[1] = vecU.data();
+    tImage.m_apcPlane[2] = vecV.data();
+    tImage.m_aiStride[0] = iSize;
+    tImage.m_aiStride[1] = tImage.m_aiStride[2] = iChroma;
+    tImage.m_iWidth = tImage.m_iHeight = iSize;
+    const std::vector<STRUCT_ViewParams> vecViews = SceneViews(_eScene);
+    CLS_RemapTable::SetDefaultInterpolation(_blGrid);
+    std::vector<CLS_YuvRemap> vecRemaps(vecViews.size());
+    CLS_RemapTable::SetDefaultInterpolation(true);
+    std::vector<std::vector<std::uint8_t>> vecOutputs;
+    double dPixels = 0.0;
+    for (std::size_t i = 0; i < vecViews.size(); ++i) {
+        if (!vecRemaps[i].Update(vecViews[i], iSize, iSize, n_YuvLayout::I420)) {
+            _state.SkipWithError("the view's tables could not be built");
+            return;
+        }
+        vecOutputs.emplace_back(static_cast<std::size_t>(vecViews[i].m_iWidth) * vecViews[i].m_iHeight * 4);
+        dPixels += static_cast<double>(vecViews[i].m_iWidth) * vecViews[i].m_iHeight;
+    }
+    const int iThreads = Threads();
+    for (auto _ : _state) {
+        for (std::size_t i = 0; i < vecRemaps.size(); ++i)
+            vecRemaps[i].Apply(tImage, vecOutputs[i].data(), vecViews[i].m_iWidth * 4, n_PixelOrder::Bgrx32,
+                               iThreads, _eKernel);
+        benchmark::ClobberMemory();
+    }
+    _state.SetItemsProcessed(_state.iterations());
+    _state.counters["pixels_per_second"] =
+        benchmark::Counter(dPixels, benchmark::Counter::kIsIterationInvariantRate);
+    _state.counters["threads"] = iThreads > 0 ? iThreads : DefaultThreadCount();
+}
+
 // Scaling with the number of PTZ views (1280 x 720 each, from the 1920 fisheye).
 void BM_PtzViews(benchmark::State& _state) {
     std::vector<STRUCT_ViewParams> vecViews;
@@ -382,6 +434,26 @@ BENCHMARK_CAPTURE(BM_Exact, Panorama, SCENE_PANORAMA)
 BENCHMARK_CAPTURE(BM_Exact, FourPtz, SCENE_FOUR_PTZ)
     ->Arg(1920)
     ->Arg(2880)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Planes, Ptz, SCENE_PTZ, n_RemapKernel::Best, true)
+    ->Arg(1920)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Planes, Panorama, SCENE_PANORAMA, n_RemapKernel::Best, true)
+    ->Arg(1920)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Planes, FourPtz, SCENE_FOUR_PTZ, n_RemapKernel::Best, true)
+    ->Arg(1920)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Planes, FourPtzExact, SCENE_FOUR_PTZ, n_RemapKernel::Best, false)
+    ->Arg(1920)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Planes, FourPtzPortable, SCENE_FOUR_PTZ, n_RemapKernel::Scalar, true)
+    ->Arg(1920)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_Copy, Ptz, SCENE_PTZ)

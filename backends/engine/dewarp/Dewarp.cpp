@@ -5,6 +5,7 @@
 #include "ThreadPool.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <limits>
 #include <thread>
@@ -43,7 +44,17 @@ std::int32_t Node(double _dPosition, int _iSize) {
     return static_cast<std::int32_t>(std::lround(dNode));
 }
 
+std::atomic<bool> g_blDefaultInterpolation{true};
+
 } // namespace
+
+void CLS_RemapTable::SetDefaultInterpolation(bool _blOn) {
+    g_blDefaultInterpolation.store(_blOn);
+}
+
+bool CLS_RemapTable::DefaultInterpolation() {
+    return g_blDefaultInterpolation.load();
+}
 
 int DefaultThreadCount() {
     const unsigned uCores = std::thread::hardware_concurrency();

@@ -107,7 +107,7 @@ public:
     // entries as it goes, from a node of 8 bytes a cell: the table's 8 bytes a pixel were most of a
     // large view's memory traffic.
     static constexpr int GRID = 8;
-    static constexpr int GRID_TOLERANCE = 2;
+    static constexpr int GRID_TOLERANCE = 4;
 
     // Makes the table fit the view and the source size; rebuilds it only when one of them changed.
     // True when the table is usable; false (and an empty table) for sizes out of range (a side of
@@ -132,6 +132,9 @@ public:
     // Whether Update builds the grid (the default). Without it every entry is exact and Apply reads
     // them all from the table. A change takes effect at the next Update, which then rebuilds.
     void SetInterpolation(bool _blOn) { m_blInterpolation = _blOn; }
+    // The setting new tables start with (true unless changed): lets a benchmark compare the grid
+    // with exact tables through the engine, which makes its tables itself.
+    static void SetDefaultInterpolation(bool _blOn);
     // The share of the grid's cells that are interpolated (0 without the grid).
     double InterpolatedShare() const;
 
@@ -152,6 +155,7 @@ public:
                                STRUCT_PlanePoint* _ptSource);
 
 private:
+    static bool DefaultInterpolation();
     void BuildRows(const CLS_FisheyeGeometry& _geometry, const STRUCT_ViewFrame& _tPtzView, int _iFirst,
                    int _iLast);
     void BuildGrid(const CLS_FisheyeGeometry& _geometry, const STRUCT_ViewFrame& _tPtzView, int _iFirst,
@@ -159,8 +163,8 @@ private:
     // Interpolates a cell's nodes into its entries where that meets GRID_TOLERANCE; true if so.
     bool InterpolateCell(int _iColumn, int _iRow);
 
-    bool m_blInterpolation = true;
-    bool m_blBuiltInterpolation = true;
+    bool m_blInterpolation = DefaultInterpolation();
+    bool m_blBuiltInterpolation = m_blInterpolation;
     int m_iCellColumns = 0;
     std::vector<STRUCT_GridNode> m_vecNodes;     // per output row, m_iCellColumns + 1 of them
     std::vector<std::uint8_t> m_vecInterpolated; // per cell: 1 where interpolated

@@ -134,6 +134,54 @@ FISHEYE_AVX2 inline __m256i Bilinear(__m256i _vTop, __m256i _vBottom, __m256i _v
                     _mm256_madd_epi16(_mm256_shuffle_epi8(_vBottom, _vPattern), _vWx), _vWy);
 }
 
+// Eight entries read for the vector kernels: which pixels are inside, the byte offsets of their top
+// and bottom source rows' pixels, and their weight pairs (256 - fx, fx) and (256 - fy, fy), in
+// 32-bit lanes. The entries come in the lane order 0, 1, 4, 5 | 2, 3, 6, 7 (the order 64-bit
+// gathers return them in), or in pixel order for PIXEL_ORDER.
+struct STRUCT_EntryGroup {
+    __m256i m_vIn;
+    __m256i m_v00;
+    __m256i m_v10;
+    __m256i m_vWx;
+    __m256i m_vWy;
+};
+
+template <int CHANNELS, bool PIXEL_ORDER>
+FISHEYE_AVX2 inline STRUCT_EntryGroup ReadEntries(const STRUCT_RemapEntry* _pEntries, __m256i _vStride) {
+    static_assert(sizeof(STRUCT_RemapEntry) == 8, "two 32-bit words per entry");
+    // The flags are the third byte of an entry's second word, the fractions its first two bytes.
+    const __m256i vInside = _mm256_set1_epi32(CLS_RemapTable::INSIDE << 16);
+    const __m256i vStepY = _mm256_set1_epi32(CLS_RemapTable::STEP_Y << 16);
+    const __m256i vByte = _mm256_set1_epi32(0xFF);
+    const __m256i v256 = _mm256_set1_epi32(256);
+    const __m256 vE0 = _mm256_castsi256_ps(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(_pEntries)));
+    const __m256 vE1 =
+        _mm256_castsi256_ps(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(_pEntries + 4)));
+    __m256i vXY = _mm256_castps_si256(_mm256_shuffle_ps(vE0, vE1, 0x88));
+    __m256i vWord = _mm256_castps_si256(_mm256_shuffle_ps(vE0, vE1, 0xDD));
+    if (PIXEL_ORDER) {
+        const __m256i vOrder = _mm256_setr_epi32(0, 1, 4, 5, 2, 3, 6, 7);
+        vXY = _mm256_permutevar8x32_epi32(vXY, vOrder);
+        vWord = _mm256_permutevar8x32_epi32(vWord, vOrder);
+    }
+    STRUCT_EntryGroup tGroup;
+    tGroup.m_vIn = _mm256_cmpeq_epi32(_mm256_and_si256(vWord, vInside), vInside);
+    // Pixels outside read the picture's first bytes with zero fractions, and are blacked out at the end.
+    const __m256i vFlags = _mm256_and_si256(vWord, tGroup.m_vIn);
+    const __m256i vX = _mm256_and_si256(vXY, _mm256_set1_epi32(0xFFFF));
+    const __m256i vY = _mm256_srli_epi32(vXY, 16);
+    tGroup.m_v00 = _mm256_and_si256(
+        _mm256_add_epi32(_mm256_mullo_epi32(vY, _vStride), TimesChannels<CHANNELS>(vX)), tGroup.m_vIn);
+    tGroup.m_v10 = _mm256_add_epi32(
+        tGroup.m_v00,
+        _mm256_and_si256(_mm256_cmpeq_epi32(_mm256_and_si256(vFlags, vStepY), vStepY), _vStride));
+    const __m256i vFx = _mm256_and_si256(vFlags, vByte);
+    const __m256i vFy = _mm256_and_si256(_mm256_srli_epi32(vFlags, 8), vByte);
+    tGroup.m_vWx = _mm256_or_si256(_mm256_sub_epi32(v256, vFx), _mm256_slli_epi32(vFx, 16));
+    tGroup.m_vWy = _mm256_or_si256(_mm256_sub_epi32(v256, vFy), _mm256_slli_epi32(vFy, 16));
+    return tGroup;
+}
+
 // Eight pixels at a time. Each source row of a pixel is one 8-byte read of a gather (the pixel and
 // its right neighbour, at most 8 bytes for up to 4 channels; without a right neighbour the bytes
 // after the pixel get a zero weight), spread into 16-bit pairs and weighted with pmaddwd:
@@ -142,37 +190,18 @@ FISHEYE_AVX2 inline __m256i Bilinear(__m256i _vTop, __m256i _vBottom, __m256i _v
 template <int CHANNELS>
 FISHEYE_AVX2 void RemapRowAvx2(const STRUCT_RemapEntry* _pEntries, int _iCount,
                                const STRUCT_RowSource& _tSource, std::uint8_t* _pOut) {
-    static_assert(sizeof(STRUCT_RemapEntry) == 8, "two 32-bit words per entry");
     const long long* pllBase = reinterpret_cast<const long long*>(_tSource.m_pData);
     const __m256i vStride = _mm256_set1_epi32(static_cast<int>(_tSource.m_uStride));
     // The highest offset an 8-byte read may start at (Apply keeps the size within int).
     const __m256i vLast = _mm256_set1_epi32(static_cast<int>(static_cast<long long>(_tSource.m_uSize) - 8));
-    // The flags are the third byte of an entry's second word, the fractions its first two bytes.
-    const __m256i vInside = _mm256_set1_epi32(CLS_RemapTable::INSIDE << 16);
-    const __m256i vStepY = _mm256_set1_epi32(CLS_RemapTable::STEP_Y << 16);
-    const __m256i vByte = _mm256_set1_epi32(0xFF);
-    const __m256i vLow = _mm256_set1_epi32(0xFFFF);
-    const __m256i v256 = _mm256_set1_epi32(256);
     const __m256i vFirst = PairPattern<CHANNELS>(0);
     const __m256i vSecond = PairPattern<CHANNELS>(1);
     int x = 0;
     for (; x + 8 <= _iCount; x += 8) {
-        const __m256i vE0 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(_pEntries + x));
-        const __m256i vE1 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(_pEntries + x + 4));
-        // The lanes hold pixels 0, 1, 4, 5 | 2, 3, 6, 7: the order the gathers' results come in.
-        const __m256i vXY =
-            _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castsi256_ps(vE0), _mm256_castsi256_ps(vE1), 0x88));
-        const __m256i vWord =
-            _mm256_castps_si256(_mm256_shuffle_ps(_mm256_castsi256_ps(vE0), _mm256_castsi256_ps(vE1), 0xDD));
-        const __m256i vIn = _mm256_cmpeq_epi32(_mm256_and_si256(vWord, vInside), vInside);
-        // Pixels outside read the picture's first bytes with zero fractions, and are blacked out at the end.
-        const __m256i vFlags = _mm256_and_si256(vWord, vIn);
-        const __m256i vX = _mm256_and_si256(vXY, vLow);
-        const __m256i vY = _mm256_srli_epi32(vXY, 16);
-        const __m256i v00 = _mm256_and_si256(
-            _mm256_add_epi32(_mm256_mullo_epi32(vY, vStride), TimesChannels<CHANNELS>(vX)), vIn);
-        const __m256i v10 = _mm256_add_epi32(
-            v00, _mm256_and_si256(_mm256_cmpeq_epi32(_mm256_and_si256(vFlags, vStepY), vStepY), vStride));
+        const STRUCT_EntryGroup tGroup = ReadEntries<CHANNELS, false>(_pEntries + x, vStride);
+        const __m256i vIn = tGroup.m_vIn;
+        const __m256i v00 = tGroup.m_v00;
+        const __m256i v10 = tGroup.m_v10;
         if (_mm256_movemask_epi8(_mm256_cmpgt_epi32(v10, vLast))) {
             for (int i = x; i < x + 8; ++i)
                 RemapPixel<CHANNELS>(_pEntries[i], _tSource, _pOut + i * CHANNELS);
@@ -186,13 +215,11 @@ FISHEYE_AVX2 void RemapRowAvx2(const STRUCT_RemapEntry* _pEntries, int _iCount,
         const __m256i vTopB = _mm256_i32gather_epi64(pllBase, _mm256_extracti128_si256(vTopIdx, 1), 1);
         const __m256i vBottomA = _mm256_i32gather_epi64(pllBase, _mm256_castsi256_si128(vBottomIdx), 1);
         const __m256i vBottomB = _mm256_i32gather_epi64(pllBase, _mm256_extracti128_si256(vBottomIdx, 1), 1);
-        // (256 - fx, fx) and (256 - fy, fy) per pixel, in the lanes' order 0, 1, 4, 5 | 2, 3, 6, 7:
-        // broadcasting 32-bit lane k of each 128-bit lane gives the weights of pixels 0 | 2 (k = 0),
-        // 1 | 3, 4 | 6 and 5 | 7, which is where the pair patterns put those pixels.
-        const __m256i vFx = _mm256_and_si256(vFlags, vByte);
-        const __m256i vFy = _mm256_and_si256(_mm256_srli_epi32(vFlags, 8), vByte);
-        const __m256i vWx = _mm256_or_si256(_mm256_sub_epi32(v256, vFx), _mm256_slli_epi32(vFx, 16));
-        const __m256i vWy = _mm256_or_si256(_mm256_sub_epi32(v256, vFy), _mm256_slli_epi32(vFy, 16));
+        // The weight pairs come in the lanes' order 0, 1, 4, 5 | 2, 3, 6, 7: broadcasting 32-bit
+        // lane k of each 128-bit lane gives the weights of pixels 0 | 2 (k = 0), 1 | 3, 4 | 6 and
+        // 5 | 7, which is where the pair patterns put those pixels.
+        const __m256i vWx = tGroup.m_vWx;
+        const __m256i vWy = tGroup.m_vWy;
         const __m256i vR02 = Bilinear(vTopA, vBottomA, vFirst, _mm256_shuffle_epi32(vWx, 0x00),
                                       _mm256_shuffle_epi32(vWy, 0x00));
         const __m256i vR13 = Bilinear(vTopA, vBottomA, vSecond, _mm256_shuffle_epi32(vWx, 0x55),
@@ -230,6 +257,51 @@ FISHEYE_AVX2 void RemapRowAvx2(const STRUCT_RemapEntry* _pEntries, int _iCount,
     }
     for (; x < _iCount; ++x)
         RemapPixel<CHANNELS>(_pEntries[x], _tSource, _pOut + x * CHANNELS);
+}
+
+// The two low bytes of each 32-bit lane (a pixel and its right neighbour) as a 16-bit pair.
+FISHEYE_AVX2 inline __m256i BytePairs(__m256i _v) {
+    return _mm256_or_si256(_mm256_and_si256(_v, _mm256_set1_epi32(0xFF)),
+                           _mm256_slli_epi32(_mm256_and_si256(_v, _mm256_set1_epi32(0xFF00)), 8));
+}
+
+// RemapRowAvx2 for one channel (the planes' luma and chroma): eight pixels a step, each source row
+// of a pixel one 4-byte read of a 32-bit gather (the pixel and its right neighbour in its two low
+// bytes), so that every lane works; the same sums as RemapPixel.
+template <>
+FISHEYE_AVX2 void RemapRowAvx2<1>(const STRUCT_RemapEntry* _pEntries, int _iCount,
+                                  const STRUCT_RowSource& _tSource, std::uint8_t* _pOut) {
+    const int* piBase = reinterpret_cast<const int*>(_tSource.m_pData);
+    const __m256i vStride = _mm256_set1_epi32(static_cast<int>(_tSource.m_uStride));
+    // The highest offset a 4-byte read may start at (Apply keeps the size within int).
+    const __m256i vLast = _mm256_set1_epi32(static_cast<int>(static_cast<long long>(_tSource.m_uSize) - 4));
+    // The low byte of each 32-bit lane, four to a 128-bit lane, then both lanes' four together.
+    const __m256i vPack = _mm256_setr_epi8(0, 4, 8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, 0, 4,
+                                           8, 12, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1);
+    const __m256i vJoin = _mm256_setr_epi32(0, 4, 1, 1, 1, 1, 1, 1);
+    int x = 0;
+    for (; x + 8 <= _iCount; x += 8) {
+        const STRUCT_EntryGroup tGroup = ReadEntries<1, true>(_pEntries + x, vStride);
+        const __m256i v00 = tGroup.m_v00;
+        const __m256i v10 = tGroup.m_v10;
+        if (_mm256_movemask_epi8(_mm256_cmpgt_epi32(v10, vLast))) {
+            for (int i = x; i < x + 8; ++i)
+                RemapPixel<1>(_pEntries[i], _tSource, _pOut + i);
+            continue;
+        }
+        const __m256i vTop = _mm256_i32gather_epi32(piBase, v00, 1);
+        const __m256i vBottom = _mm256_i32gather_epi32(piBase, v10, 1);
+        const __m256i vWx = tGroup.m_vWx;
+        const __m256i vWy = tGroup.m_vWy;
+        // Without a right neighbour fx is 0 and the byte read beside the pixel does not count.
+        const __m256i vSum = Vertical(_mm256_madd_epi16(BytePairs(vTop), vWx),
+                                      _mm256_madd_epi16(BytePairs(vBottom), vWx), vWy);
+        const __m256i vBytes = _mm256_permutevar8x32_epi32(
+            _mm256_shuffle_epi8(_mm256_and_si256(vSum, tGroup.m_vIn), vPack), vJoin);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(_pOut + x), _mm256_castsi256_si128(vBytes));
+    }
+    for (; x < _iCount; ++x)
+        RemapPixel<1>(_pEntries[x], _tSource, _pOut + x);
 }
 
 // A node coordinate's run over a cell, from _iA to _iB, in entry units: NodeLerp and EntryUnits for

@@ -6,6 +6,7 @@ find_package(GTest REQUIRED)
 set(FISHPLAYER_DEWARP_TESTS_DIR ${CMAKE_CURRENT_LIST_DIR})
 
 add_executable(test_dewarp
+    ${FISHPLAYER_DEWARP_TESTS_DIR}/test_grid.cpp
     ${FISHPLAYER_DEWARP_TESTS_DIR}/test_kernels.cpp
     ${FISHPLAYER_DEWARP_TESTS_DIR}/test_remap.cpp
     ${FISHPLAYER_DEWARP_TESTS_DIR}/test_thread_pool.cpp
