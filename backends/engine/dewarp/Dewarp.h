@@ -103,9 +103,10 @@ public:
     // interpolated linearly in between, in cells of GRID pixels of a row, wherever that stays within
     // GRID_TOLERANCE / 256 of a source pixel of the exact entry, on both axes and every pixel of
     // the cell. Other cells (the image circle's rim, the source's border, strongly curved places)
-    // keep their exact entries. Apply reads the table for those cells only and makes the others'
-    // entries as it goes, from a node of 8 bytes a cell: the table's 8 bytes a pixel were most of a
-    // large view's memory traffic.
+    // keep their exact entries. Apply reads the table only for the exact cells and makes the
+    // others' entries as it goes, from a node of 8 bytes a cell: the table's 8 bytes a pixel were
+    // much of the memory traffic of several views. The table keeps every entry all the same, for
+    // Entry() and the exact cells.
     static constexpr int GRID = 8;
     static constexpr int GRID_TOLERANCE = 4;
 

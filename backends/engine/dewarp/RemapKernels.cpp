@@ -384,7 +384,7 @@ void InterpolateEntries(const STRUCT_GridNode& _tA, const STRUCT_GridNode& _tB, 
 
 FN_GridRow SelectGridRowKernel(n_RemapKernel _eKernel) {
 #if FISHEYE_DEWARP_X86
-    if (n_RemapKernel::Avx2 == _eKernel || (n_RemapKernel::Best == _eKernel && CpuHasAvx2()))
+    if ((n_RemapKernel::Avx2 == _eKernel || n_RemapKernel::Best == _eKernel) && CpuHasAvx2())
         return &GridRowAvx2;
 #else
     (void)_eKernel;

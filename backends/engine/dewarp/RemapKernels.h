@@ -59,7 +59,8 @@ void InterpolateEntries(const STRUCT_GridNode& _tA, const STRUCT_GridNode& _tB, 
 using FN_GridRow = void (*)(const STRUCT_GridNode* _pNodes, const std::uint8_t* _pInterpolated,
                             const STRUCT_RemapEntry* _pTable, int _iCount, STRUCT_RemapEntry* _pOut);
 
-// The grid kernel that goes with _eKernel (supported); they all give InterpolateEntries' entries.
+// The grid kernel that goes with _eKernel (the portable one where the processor lacks it); they all
+// give InterpolateEntries' entries.
 FN_GridRow SelectGridRowKernel(n_RemapKernel _eKernel);
 
 // Whether the processor runs AVX2 (and this build has the kernel).
