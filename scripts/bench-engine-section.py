@@ -92,7 +92,7 @@ def main():
               f"{views_cpu / dec_ff:.1f} | |")
     w("")
     w("The ffmpeg rows are the same clip through `ffmpeg -threads 1 -filter_threads <cores>`: decoded, `split` "
-      "into seven, each view made by `v360` (bilinear; four `flat` views of 960x540 with a 90-degree diagonal, "
+      "into seven, each view made by `v360` (bilinear; four `flat` views of 960x540 with an 80-degree diagonal (the engine's at zoom 1), "
       "an `equirect` 1920x960 cropped to its lower 1920x480, a `hequirect` 1280x720 and an `equirect` "
       "1280x720), every output discarded; times from `-benchmark` (user + system CPU, real time) over the "
       "whole run, start and set-up included, per picture. Its CPU column is against ffmpeg's own decoding.")
@@ -147,12 +147,12 @@ def main():
               if f"BM_Views/planes_{t}/real_time" in b and f"BM_Views/rgb_{t}/real_time" in b]
     if ratios:
         w(f"- From the planes against the whole-picture conversion: {min(ratios):.2f} to {max(ratios):.2f} times its "
-          "CPU (this shared machine's noise spreads it), no gain on this view set. The planes path remaps luma and, at half the view's resolution, "
-          "chroma, and converts only the output pixels; swscale's conversion of the whole picture is fast, and "
-          "this view set has more pixels (4.8 M) than the picture it comes from, so the conversion saved is small "
-          "next to the extra chroma reads. What it does save is memory: no RGB copy of each picture (11 MB for "
-          "1920x1920, 44 MB for 3840x3840) is written, and the player's last picture is a reference to the "
-          "decoder's, not a copy.")
+          "CPU (this shared machine's noise spreads it). The planes path remaps luma and, at half the view's "
+          "resolution, chroma, and converts only the output pixels; swscale's conversion of the whole picture is "
+          "fast, and this view set has more pixels (4.8 M) than the 1920x1920 picture it comes from, so there the "
+          "conversion saved is small next to the extra chroma reads; from the 3840x3840 picture, four times larger, "
+          "it saves more. It also saves memory: no RGB copy of each picture (11 MB for 1920x1920, 44 MB for "
+          "3840x3840) is written, and the player's last picture is a reference to the decoder's, not a copy.")
     if speedups:
         low = min(speedups)
         w(f"- At least 5 times the ffmpeg `split` + `v360` chain, wall and CPU: {'met' if low[0] >= 5 else '**missed**'}, "

@@ -55,13 +55,15 @@ double Psnr(const std::vector<std::uint8_t>& _vecA, const std::vector<std::uint8
     return 10.0 * std::log10(255.0 * 255.0 * static_cast<double>(_vecA.size()) / dSum);
 }
 
-// Every view kind with every mount, at two output sizes.
+// Every view kind with every mount, at three output sizes.
 std::vector<STRUCT_ViewParams> AllViews() {
     std::vector<STRUCT_ViewParams> vecViews;
     for (n_Mount eMount : {n_Mount::Ceiling, n_Mount::Wall, n_Mount::Floor})
         for (n_ViewKind eKind : {n_ViewKind::Source, n_ViewKind::Fisheye, n_ViewKind::Ptz, n_ViewKind::Half,
                                  n_ViewKind::Panorama, n_ViewKind::Lat})
-            for (const std::pair<int, int>& tSize : {std::make_pair(640, 360), std::make_pair(1000, 250)}) {
+            // The last size ends its rows inside a cell.
+            for (const std::pair<int, int>& tSize :
+                 {std::make_pair(640, 360), std::make_pair(1000, 250), std::make_pair(333, 77)}) {
                 STRUCT_ViewParams tParams = View(eKind, eMount, tSize.first, tSize.second);
                 if (n_ViewKind::Ptz == eKind) {
                     // Looking sideways near the rim, narrowed.
