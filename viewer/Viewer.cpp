@@ -19,6 +19,7 @@
 #include <QStatusBar>
 
 #include <cstdio>
+#include <utility>
 
 namespace fishviewer {
 
@@ -147,7 +148,8 @@ bool Viewer::Start() {
         std::fprintf(stderr, "fishviewer: no engine with surfaces was loaded (LD_LIBRARY_PATH?)\n");
         return false;
     }
-    return Open();
+    Open();
+    return true;
 }
 
 void Viewer::OpenInput(const QString& _qstrInput) {
@@ -156,9 +158,9 @@ void Viewer::OpenInput(const QString& _qstrInput) {
     Open();
 }
 
-bool Viewer::Open() {
+void Viewer::Open() {
     // The same input again (another mounting or layout): the PTZ views keep their places.
-    const std::vector<PtzPlace> vecPlaces =
+    std::vector<PtzPlace> vecPlaces =
         m_qstrOpened == m_tOptions.m_qstrVideo ? PtzPlaces() : std::vector<PtzPlace>();
     Close();
     m_vecZoom.clear();
@@ -167,13 +169,36 @@ bool Viewer::Open() {
     m_llLastDecoded = m_llDropped = 0;
     m_iShownInSecond = 0;
     m_qstrOpened = m_tOptions.m_qstrVideo;
+    m_vecPlacesToRestore = std::move(vecPlaces);
     setWindowTitle(QStringLiteral("fishviewer - %1").arg(m_tOptions.m_qstrVideo));
-    m_pSource.reset(new fishsource::MediaSource(SourceOptions()));
+    ShowMessage(QStringLiteral("opening"),
+                QStringLiteral("opening %1 ...\n\nFile > Open file or Open URL chooses another input.")
+                    .arg(m_tOptions.m_qstrVideo));
     statusBar()->showMessage(QStringLiteral("opening %1").arg(m_tOptions.m_qstrVideo));
-    QApplication::processEvents();
-    const std::string strError = m_pSource->Open();
-    if (!strError.empty())
-        return Fail(QString::fromStdString(strError));
+    // A camera may take up to the time-out to answer: it is opened on a worker, so that the
+    // window keeps answering (another input may be chosen meanwhile, which cancels this one).
+    m_pSource.reset(new fishsource::MediaSource(SourceOptions()));
+    fishsource::MediaSource* pSource = m_pSource.get();
+    const int iOpening = ++m_iOpenings;
+    m_threadOpening = std::thread([this, pSource, iOpening] {
+        const std::string strError = pSource->Open();
+        // Runs on the window's thread; dropped if the window is gone (Close joins this thread
+        // before the window goes, so the event is posted before or not at all).
+        QMetaObject::invokeMethod(
+            this, [this, iOpening, strError] { Opened(iOpening, strError); }, Qt::QueuedConnection);
+    });
+}
+
+void Viewer::Opened(int _iOpening, const std::string& _strError) {
+    if (_iOpening != m_iOpenings)
+        return;             // a later opening, or a close, took over
+    m_threadOpening.join(); // it has posted this: it ends at once
+    const bool blShown = _strError.empty() ? ShowOpened() : Fail(QString::fromStdString(_strError));
+    if (m_pfSettled)
+        std::exchange(m_pfSettled, nullptr)(blShown);
+}
+
+bool Viewer::ShowOpened() {
     m_tInfo = m_pSource->Info();
     m_iHeaderWidth = m_tOptions.m_iWidth >= 16 ? m_tOptions.m_iWidth : m_tInfo.m_iWidth;
     m_iHeaderHeight = m_tOptions.m_iHeight >= 16 ? m_tOptions.m_iHeight : m_tInfo.m_iHeight;
@@ -254,11 +279,16 @@ bool Viewer::Open() {
         return Fail(QStringLiteral("the source of %1 did not start").arg(m_tOptions.m_qstrVideo));
     m_qtimerPaint.start(40);
     m_qtimerProbe.start(5);
-    RestorePlaces(vecPlaces);
+    RestorePlaces(std::exchange(m_vecPlacesToRestore, {}));
     return true;
 }
 
 void Viewer::Close() {
+    ++m_iOpenings; // an opening's result that is still to come is no one's
+    if (m_threadOpening.joinable()) {
+        m_pSource->Cancel();
+        m_threadOpening.join();
+    }
     // The source's thread feeds the player: it stops first.
     if (m_pSource)
         m_pSource->Stop();
@@ -338,6 +368,7 @@ fishsource::SourceOptions Viewer::SourceOptions() const {
     fishsource::SourceOptions tSourceOptions;
     tSourceOptions.m_tReader.m_strUrl = m_tOptions.m_qstrVideo.toStdString();
     tSourceOptions.m_tReader.m_eTransport = m_tOptions.m_eTransport;
+    tSourceOptions.m_tReader.m_iTimeoutMs = m_tOptions.m_iTimeoutMs;
     return tSourceOptions;
 }
 
@@ -350,18 +381,23 @@ double Viewer::AspectOf(const ViewWidget& _tView) const {
 bool Viewer::Fail(const QString& _qstrMessage) {
     Close();
     m_qstrFailure = _qstrMessage;
+    ShowMessage(QStringLiteral("failure"), _qstrMessage);
+    statusBar()->showMessage(QStringLiteral("failed: %1").arg(_qstrMessage));
+    std::fprintf(stderr, "fishviewer: %s\n", qPrintable(_qstrMessage));
+    return false;
+}
+
+void Viewer::ShowMessage(const QString& _qstrName, const QString& _qstrMessage) {
+    delete takeCentralWidget();
     auto* pLabel = new QLabel(_qstrMessage, this);
-    pLabel->setObjectName(QStringLiteral("failure"));
+    pLabel->setObjectName(_qstrName);
     pLabel->setAlignment(Qt::AlignCenter);
     pLabel->setWordWrap(true);
     pLabel->setMargin(24);
     setCentralWidget(pLabel);
-    statusBar()->showMessage(QStringLiteral("failed: %1").arg(_qstrMessage));
-    std::fprintf(stderr, "fishviewer: %s\n", qPrintable(_qstrMessage));
     if (!isVisible())
         resize(1024, 720);
     show();
-    return false;
 }
 
 bool Viewer::StartSource() {

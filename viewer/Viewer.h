@@ -19,7 +19,10 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <functional>
 #include <memory>
+#include <string>
+#include <thread>
 #include <vector>
 
 namespace fishviewer {
@@ -34,7 +37,8 @@ protected:
     void keyPressEvent(QKeyEvent* _pEvent) override;
 
 public:
-    // False when no engine with surfaces was loaded; a source that fails is shown, not fatal.
+    // Opens the camera's input; false when no engine with surfaces was loaded. The opening goes
+    // on after it returns (see Open); a source that fails is shown, not fatal.
     bool Start();
 
     void OpenInput(const QString& _qstrInput);
@@ -43,8 +47,14 @@ public:
     const QString& Failure() const { return m_qstrFailure; }
 
     // (Re)creates the source, the grid and the player for the current input, mount and view set.
-    // False when the source failed; its message then stands in place of the views.
-    bool Open();
+    // The source opens on a worker while the window says so and keeps answering; then the views
+    // show, or the source's message stands in their place.
+    void Open();
+    // True from Open until the source has opened or failed.
+    bool Opening() const { return m_threadOpening.joinable(); }
+    // _pfSettled(shown) is called once, when the opening in progress (or the next one) has
+    // ended: true when the views show, false when a message stands in their place.
+    void OnSettled(std::function<void(bool)> _pfSettled) { m_pfSettled = std::move(_pfSettled); }
 
     void Close();
 
@@ -111,8 +121,14 @@ private:
     int MainWidth() const { return std::max(1, m_iHeaderWidth / 2); }
     int MainHeight() const { return std::max(1, m_iHeaderHeight / 2); }
 
-    // The source's message in place of the views (never black views without a word).
+    // The end of the opening _iOpening, on the window's thread.
+    void Opened(int _iOpening, const std::string& _strError);
+    // Shows the views of the opened source; false (and the reason in their place) when they cannot be.
+    bool ShowOpened();
+    // The source's message in place of the views (never black views without a word); false.
     bool Fail(const QString& _qstrMessage);
+    // _qstrMessage alone in the window, a label named _qstrName.
+    void ShowMessage(const QString& _qstrName, const QString& _qstrMessage);
 
     bool StartSource();
 
@@ -154,6 +170,10 @@ private:
     QElapsedTimer m_qtimeSaid;
     QString m_qstrOpened; // the input of the views shown
     std::unique_ptr<fishsource::MediaSource> m_pSource;
+    std::thread m_threadOpening;                // opens m_pSource
+    int m_iOpenings = 0;                        // the latest opening; Close counts one too
+    std::vector<PtzPlace> m_vecPlacesToRestore; // once the opening in progress shows its views
+    std::function<void(bool)> m_pfSettled;
     fishsource::StreamInfo m_tInfo;
     QString m_qstrFailure;
     QString m_qstrBanner;

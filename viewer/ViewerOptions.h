@@ -23,6 +23,7 @@ struct Options {
     int m_iWidth = 0; // --size: the stream header's size instead of the stream's own
     int m_iHeight = 0;
     fishsource::RtspTransport m_eTransport = fishsource::RtspTransport::Tcp;
+    int m_iTimeoutMs = fishsource::ReaderSettings().m_iTimeoutMs; // --timeout
     QString m_qstrSelfTest;
     bool m_blVerbose = false;    // Qt's log (the library's lines included) on standard error
     bool m_blMountGiven = false; // otherwise the camera's last mounting and views

@@ -124,7 +124,7 @@ int RunCameras(const Options& _tOptions) {
     qwidgetGrid.show();
     QApplication::processEvents(); // each camera's cell has its size before its views are made
     for (Viewer* pViewer : vecViewers)
-        if (!pViewer->Start() && pViewer->Failure().isEmpty())
+        if (!pViewer->Start())
             return 1;
     if (!_tOptions.m_qstrSelfTest.isEmpty()) {
         QTimer::singleShot(3000, &qwidgetGrid, [&] {
@@ -165,22 +165,34 @@ int main(int _iArgc, char** _ppcArgv) {
         return RunCameras(tOptions);
     tOptions = CameraOptions(tOptions, tOptions.m_qlistInputs.value(0, tOptions.m_qstrVideo));
     Viewer tViewer(tOptions, 0);
-    if (!tViewer.Start() && tViewer.Failure().isEmpty())
+    if (!tViewer.Start())
         return 1;
-    // A source that failed is shown in the window; a self-test takes a screenshot of it and ends.
-    if (!tOptions.m_qstrSelfTest.isEmpty() && !tViewer.Failure().isEmpty()) {
-        QTimer::singleShot(1000, &tViewer, [&tViewer, &tOptions] {
-            QDir().mkpath(tOptions.m_qstrSelfTest);
+    if (!tOptions.m_qstrSelfTest.isEmpty()) {
+        QDir().mkpath(tOptions.m_qstrSelfTest);
+        const auto Shot = [&tViewer, &tOptions](const QString& _qstrName) {
             const QPoint qptOrigin = tViewer.centralWidget()->mapToGlobal(QPoint(0, 0));
             QGuiApplication::primaryScreen()
                 ->grabWindow(0, qptOrigin.x(), qptOrigin.y(), tViewer.centralWidget()->width(),
                              tViewer.centralWidget()->height())
-                .save(tOptions.m_qstrSelfTest + QStringLiteral("/failure.png"));
-            QApplication::exit(1);
+                .save(QStringLiteral("%1/%2.png").arg(tOptions.m_qstrSelfTest, _qstrName));
+        };
+        // A moment into a slow opening, the window answers and says what it opens.
+        QTimer::singleShot(1000, &tViewer, [&tViewer, Shot] {
+            if (!tViewer.Opening())
+                return;
+            Shot(QStringLiteral("opening"));
+            std::printf("opening: status %s\n", qPrintable(tViewer.statusBar()->currentMessage()));
+            std::fflush(stdout);
         });
-        return qapp.exec();
+        // A source that failed is shown in the window: a screenshot of it, and the end.
+        tViewer.OnSettled([&tViewer, &tOptions, Shot](bool _blShown) {
+            if (_blShown)
+                return SelfTest(&tViewer, tOptions.m_qstrSelfTest);
+            QTimer::singleShot(1000, &tViewer, [Shot] {
+                Shot(QStringLiteral("failure"));
+                QApplication::exit(1);
+            });
+        });
     }
-    if (!tOptions.m_qstrSelfTest.isEmpty())
-        SelfTest(&tViewer, tOptions.m_qstrSelfTest);
     return qapp.exec();
 }
