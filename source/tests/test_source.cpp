@@ -1,15 +1,12 @@
 // The source component on real files made with ffmpeg: what it reads of a stream, the packets it
 // hands on, its pacing and holding, the failures of a source that shows no picture, and the
 // latency meter.
+#include "Loopback.h"
 #include "MediaSource.h"
 
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -358,18 +355,11 @@ TEST(SourceOpen, UnstartedOrUnopenedSourcesRefuseToStart) {
 }
 
 TEST(SourceOpen, CancelMakesAnOpeningInProgressGiveUp) {
-    // A listener on loopback that never answers: the opening waits for the RTSP server's reply.
-    const int iListener = socket(AF_INET, SOCK_STREAM, 0);
-    ASSERT_GE(iListener, 0);
-    sockaddr_in tAddress{};
-    tAddress.sin_family = AF_INET;
-    tAddress.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t iLength = sizeof(tAddress);
-    ASSERT_EQ(bind(iListener, reinterpret_cast<sockaddr*>(&tAddress), sizeof(tAddress)), 0);
-    ASSERT_EQ(listen(iListener, 4), 0);
-    ASSERT_EQ(getsockname(iListener, reinterpret_cast<sockaddr*>(&tAddress), &iLength), 0);
+    // A camera on loopback that never answers: the opening waits for its RTSP reply.
+    const loopback::SilentListener tCamera;
+    ASSERT_NE(tCamera.Port(), 0);
     SourceOptions tOptions;
-    tOptions.m_tReader.m_strUrl = "rtsp://127.0.0.1:" + std::to_string(ntohs(tAddress.sin_port)) + "/cam";
+    tOptions.m_tReader.m_strUrl = "rtsp://127.0.0.1:" + std::to_string(tCamera.Port()) + "/cam";
     tOptions.m_tReader.m_iTimeoutMs = 20000;
     MediaSource tSource(tOptions);
     std::string strResult = "not returned";
@@ -382,7 +372,6 @@ TEST(SourceOpen, CancelMakesAnOpeningInProgressGiveUp) {
     EXPECT_LT(std::chrono::duration<double>(Clock::now() - tCancel).count(), 5.0); // not the 20 s time-out
     EXPECT_FALSE(tSource.Start([](const std::uint8_t*, int) { return SinkResult::Taken; }, nullptr, nullptr));
     tSource.Stop();
-    close(iListener);
 }
 
 TEST(SourceSink, ThePlayerLibrarysFeedResultsMapToTakenBusyAndRefused) {

@@ -3,6 +3,7 @@
 // outline on the fisheye view moved; sources that fail or are slow to answer are said.
 #include "DemoImage.h"
 #include "DemoSupport.h"
+#include "Loopback.h"
 #include "XServer.h"
 
 #include <QFile>
@@ -10,11 +11,6 @@
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -184,16 +180,9 @@ TEST(ViewerUnderXvfb, ShowsWhyASourceFailedInPlaceOfTheViews) {
 
 TEST(ViewerUnderXvfb, AnswersAndSaysWhatItOpensWhileACameraIsSlowToAnswer) {
     // A camera on loopback that takes the connection and never answers.
-    const int iListener = socket(AF_INET, SOCK_STREAM, 0);
-    ASSERT_GE(iListener, 0);
-    sockaddr_in tAddress{};
-    tAddress.sin_family = AF_INET;
-    tAddress.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t iLength = sizeof(tAddress);
-    ASSERT_EQ(bind(iListener, reinterpret_cast<sockaddr*>(&tAddress), sizeof(tAddress)), 0);
-    ASSERT_EQ(listen(iListener, 4), 0);
-    ASSERT_EQ(getsockname(iListener, reinterpret_cast<sockaddr*>(&tAddress), &iLength), 0);
-    const QString qstrUrl = QStringLiteral("rtsp://127.0.0.1:%1/cam").arg(ntohs(tAddress.sin_port));
+    const loopback::SilentListener tCamera;
+    ASSERT_NE(tCamera.Port(), 0);
+    const QString qstrUrl = QStringLiteral("rtsp://127.0.0.1:%1/cam").arg(tCamera.Port());
     QTemporaryDir qDir;
     ASSERT_TRUE(qDir.isValid());
     const XServer tServer(QStringLiteral("1280x800x24"));
@@ -203,7 +192,6 @@ TEST(ViewerUnderXvfb, AnswersAndSaysWhatItOpensWhileACameraIsSlowToAnswer) {
     qViewer.start(QStringLiteral(FISHVIEWER_PATH), {qstrUrl, QStringLiteral("--timeout"), QStringLiteral("3"),
                                                     QStringLiteral("--self-test"), qDir.path()});
     ASSERT_TRUE(qViewer.waitForFinished(60000));
-    close(iListener);
     EXPECT_EQ(qViewer.exitCode(), 1);
     // A second into the opening the window had painted and said what it opens: the opening does
     // not hold the window.
