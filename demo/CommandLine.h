@@ -28,6 +28,12 @@ QString MountChoices();
 // "wall", "ceiling" or "floor"; "" for any other value.
 QString MountName(int _iMount);
 
+// A network source's time-out (--timeout S), in seconds.
+constexpr double MIN_TIMEOUT_S = 0.5;
+constexpr double MAX_TIMEOUT_S = 120;
+// "seconds, 0.5 to 120", as the messages and the usage texts say it.
+QString TimeoutChoices();
+
 // What a command line asks for.
 enum class ParseResult { Run, Help, Refused };
 // The exit status of a command line that does not run (0 after printing the usage for --help,
@@ -48,6 +54,8 @@ public:
               double& _dOut);
     bool Choice(const QString& _qstrOption, const QString& _qstrValue, const QStringList& _qlistAllowed);
     bool Mount(const QString& _qstrOption, const QString& _qstrValue, int& _iOut);
+    // Seconds, MIN_TIMEOUT_S to MAX_TIMEOUT_S, into milliseconds.
+    bool Timeout(const QString& _qstrOption, const QString& _qstrValue, int& _iMs);
     // WxH with each side MIN_SIDE to MAX_SIDE; a side under USUAL_MIN_SIDE is accepted and said.
     bool Size(const QString& _qstrOption, const QString& _qstrValue, int& _iWidth, int& _iHeight);
     // Records a refusal of anything else (an unknown option, a missing value).

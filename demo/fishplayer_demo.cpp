@@ -123,7 +123,7 @@ cmdline::ParseResult ParseOptions(const QStringList& _qlistArgs, Options& _tOpti
         {QStringLiteral("--out"), QStringLiteral("a folder")},
         {QStringLiteral("--mount"), cmdline::MountChoices()},
         {QStringLiteral("--transport"), QStringLiteral("tcp or udp")},
-        {QStringLiteral("--timeout"), QStringLiteral("seconds, 0.5 to 120")},
+        {QStringLiteral("--timeout"), cmdline::TimeoutChoices()},
         {QStringLiteral("--step-seconds"), QStringLiteral("seconds, 0.2 to 600")},
         {QStringLiteral("--sheet-width"), QStringLiteral("pixels, 320 to 8192")},
         {QStringLiteral("--scale"), QStringLiteral("a factor, 0.1 to 4")},
@@ -150,9 +150,7 @@ cmdline::ParseResult ParseOptions(const QStringList& _qlistArgs, Options& _tOpti
                                                              ? fishsource::RtspTransport::Udp
                                                              : fishsource::RtspTransport::Tcp;
         } else if (qstrArg == QLatin1String("--timeout")) {
-            double dSeconds = 0;
-            blOk = tParser.Real(qstrArg, _qlistArgs[++i], 0.5, 120, dSeconds);
-            _tOptions.m_tSource.m_tReader.m_iTimeoutMs = static_cast<int>(dSeconds * 1000);
+            blOk = tParser.Timeout(qstrArg, _qlistArgs[++i], _tOptions.m_tSource.m_tReader.m_iTimeoutMs);
         } else if (qstrArg == QLatin1String("--step-seconds")) {
             blOk = tParser.Real(qstrArg, _qlistArgs[++i], 0.2, 600, _tOptions.m_dStepSeconds);
         } else if (qstrArg == QLatin1String("--fast")) {
