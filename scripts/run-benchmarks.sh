@@ -215,7 +215,7 @@ if want live; then
 fi
 
 python3 - "$DATA" "$OUT" "$THREADS" "$REPETITIONS" << 'PYTHON'
-import json, statistics, sys, subprocess, datetime
+import json, re, statistics, sys, subprocess, datetime
 
 data, out, threads, reps = sys.argv[1], sys.argv[2], int(sys.argv[3]), int(sys.argv[4])
 
@@ -581,7 +581,16 @@ w("- **Cameras per machine.** The view set of the end-to-end section is 4.8 Mpix
   "1920x1920 picture it comes from; at 25 pictures a second that is 120 Mpixels a second of bilinear "
   "gathers for one camera, on 2 cores shared with other work. The views, not decoding, bound the cameras here.")
 w("")
-open(out, "w").write("\n".join(lines))
+# Sections other scripts write between their own marker lines ("<!-- NAME: begin -->" to
+# "<!-- NAME: end -->") are kept; scripts/bench-engine-section.py writes its own afterwards.
+try:
+    previous = open(out).read()
+except OSError:
+    previous = ""
+for block in re.finditer(r"<!-- ([^:>]+): begin -->.*?<!-- \1: end -->", previous, re.S):
+    if block.group(1) != "engine end to end":
+        lines.extend(["", block.group(0)])
+open(out, "w").write("\n".join(lines) + "\n")
 print(f"run-benchmarks: wrote {out}")
 PYTHON
 python3 scripts/bench-engine-section.py "$OUT" 1920="$DATA/engine_1920.json,$DATA/chain_1920.txt" \
