@@ -86,7 +86,11 @@ private:
     std::vector<std::uint8_t> m_vecRgb;
 };
 
-// The renderer that the engine gives a new view of kind _iKind: the dewarping one.
+// The view's parameters for the dewarping of an output of _iWidth x _iHeight pixels.
+fisheye::STRUCT_ViewParams DewarpParams(const ViewParams& _tParams, int _iWidth, int _iHeight);
+
+// The renderer that the engine gives a new view of kind _iKind: the one KORVANE_RENDERER selects
+// (RendererChoice.h), the dewarping one or the GL one.
 std::unique_ptr<CLS_ViewRenderer> CreateViewRenderer(int _iKind);
 
 } // namespace korvane

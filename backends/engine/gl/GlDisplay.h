@@ -1,0 +1,29 @@
+// The process's EGL display for the GL renderer and the contexts of its threads.
+#ifndef KORVANE_GL_DISPLAY_H
+#define KORVANE_GL_DISPLAY_H
+
+#include "GlApi.h"
+
+#include <string>
+
+namespace korvane {
+
+struct STRUCT_GlDisplay {
+    const STRUCT_GlApi* m_pGl = nullptr;
+    EGLDisplay m_display = EGL_NO_DISPLAY;
+    EGLConfig m_config = nullptr;
+    bool m_blGpu = false; // a device that is not a software rasteriser
+    std::string m_strWhy; // empty when the display is usable
+};
+
+// Opened and initialised once, never terminated (contexts of player threads may live until the
+// process ends). Prefers an EGL device that is a GPU (EGL_EXT_platform_device), then Mesa's
+// surfaceless platform, then the default display; needs surfaceless contexts and OpenGL ES 3.
+const STRUCT_GlDisplay& GlDisplay();
+
+// Whether the space-separated extension list _pcList names _pcName.
+bool HasExtension(const char* _pcList, const char* _pcName);
+
+} // namespace korvane
+
+#endif // KORVANE_GL_DISPLAY_H
