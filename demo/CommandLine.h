@@ -28,6 +28,11 @@ QString MountChoices();
 // "wall", "ceiling" or "floor"; "" for any other value.
 QString MountName(int _iMount);
 
+// The open engine's renderers, as --renderer names them: gl, cpu and auto (the engine's default).
+QStringList RendererChoices();
+// The variable through which the engine is told (read when it draws its first view).
+constexpr const char* RENDERER_VARIABLE = "KORVANE_RENDERER";
+
 // What a command line asks for.
 enum class ParseResult { Run, Help, Refused };
 // The exit status of a command line that does not run (0 after printing the usage for --help,
@@ -48,6 +53,8 @@ public:
               double& _dOut);
     bool Choice(const QString& _qstrOption, const QString& _qstrValue, const QStringList& _qlistAllowed);
     bool Mount(const QString& _qstrOption, const QString& _qstrValue, int& _iOut);
+    // One of RendererChoices(), then set as RENDERER_VARIABLE for the engine that will be loaded.
+    bool Renderer(const QString& _qstrOption, const QString& _qstrValue);
     // WxH with each side MIN_SIDE to MAX_SIDE; a side under USUAL_MIN_SIDE is accepted and said.
     bool Size(const QString& _qstrOption, const QString& _qstrValue, int& _iWidth, int& _iHeight);
     // Records a refusal of anything else (an unknown option, a missing value).

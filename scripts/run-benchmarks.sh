@@ -11,7 +11,8 @@
 # makes, the renderer against v360 on the same frame and against a plain copy, from and to memory, of
 # the bytes it moves, and a camera's views from the decoder's planes against the whole-picture RGB
 # conversion, with decoding alone beside them (bench_engine on the sample clip and on it scaled to
-# 3840x3840; scripts/bench-engine-section.py writes that section).
+# 3840x3840; scripts/bench-engine-section.py writes that section), and the GL renderer's upload, views
+# and end to end against the CPU renderer (bench_gl; scripts/bench-gl-section.py writes that section).
 # Needs libbenchmark-dev, python3 and the ffmpeg command (scripts/setup-debian.sh); the comparison
 # with OpenCV's remap needs libopencv-imgproc-dev (scripts/setup-debian.sh --benchmarks) and is left
 # out without it.
@@ -40,6 +41,11 @@ cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=Release -DFISHPLAYER_BUIL
     -DFISHPLAYER_BUILD_TESTS=ON -DFISHPLAYER_BUILD_BACKENDS=ON > /dev/null
 cmake --build "$BUILD_DIR" --target bench_overhead bench_dewarp bench_engine bench_source fishplayer_fakes \
     fishplayer_demo korvane zeb_algo_fcu
+# The GL renderer's benchmark where the engine is built with it (EGL and GLES headers installed).
+BENCH_GL=0
+if cmake --build "$BUILD_DIR" --target bench_gl > /dev/null 2>&1; then
+    BENCH_GL=1
+fi
 mkdir -p "$DATA"
 
 # The fisheye frames: the scene of scripts/make-sample.sh (test picture under a 30-degree grid,
@@ -174,6 +180,12 @@ FISHPLAYER_BENCH_CLIP=build/samples/fisheye_1920.h264 "$BUILD_DIR/bench/bench_en
     --benchmark_out="$DATA/engine_1920.json" --benchmark_out_format=json > /dev/null
 FISHPLAYER_BENCH_CLIP="$DATA/fisheye_3840.h264" "$BUILD_DIR/bench/bench_engine" "${REPEAT[@]}" \
     --benchmark_out="$DATA/engine_3840.json" --benchmark_out_format=json > /dev/null
+
+if [ "$BENCH_GL" = 1 ]; then
+    echo "run-benchmarks: GL renderer"
+    FISHPLAYER_BENCH_CLIP=build/samples/fisheye_1920.h264 "$BUILD_DIR/bench/bench_gl" "${REPEAT[@]}" \
+        --benchmark_out="$DATA/gl.json" --benchmark_out_format=json > /dev/null
+fi
 
 echo "run-benchmarks: source reading"
 ffmpeg -hide_banner -loglevel error -y -f lavfi \
@@ -483,3 +495,6 @@ print(f"run-benchmarks: wrote {out}")
 PYTHON
 python3 scripts/bench-engine-section.py "$OUT" 1920="$DATA/engine_1920.json,$DATA/chain_1920.txt" \
     3840="$DATA/engine_3840.json,$DATA/chain_3840.txt"
+if [ "$BENCH_GL" = 1 ]; then
+    python3 scripts/bench-gl-section.py "$OUT" "$DATA/gl.json"
+fi

@@ -3,15 +3,16 @@
 // views are painted from the main window's picture (an off-screen surface of the open engine),
 // with the PTZ views' outlines drawn over the fisheye.
 //
-//   fishviewer [INPUT...] [--mount N] [--views LIST] [--size WxH] [--transport tcp|udp] [--self-test DIR]
+//   fishviewer [INPUT...] [--mount N] [--views LIST] [--size WxH] [--transport tcp|udp] [--renderer R]
+//              [--self-test DIR]
 //
 // INPUT is any file or URL the source component opens (rtsp://, http://, udp://, MP4, MKV, TS, raw
 // H.264/H.265/MJPEG); File > Open file and File > Open URL choose another. Files play in a loop.
 // Up to four inputs play at once, each a camera with its own player, views, menus, status bar
 // and settings, in a grid of cameras in one window (--mount and --views apply to each).
-// The status bar shows the source, its codec and picture size, the latency from a packet's
-// arrival to its picture shown, and reconnections; a source that fails shows its message in
-// place of the views.
+// The status bar shows the source, its codec and picture size, which renderer draws the engine's
+// views (GL or CPU, --renderer), the latency from a packet's arrival to its picture shown, and
+// reconnections; a source that fails shows its message in place of the views.
 // LIST is a comma-separated choice of source, fisheye, 360, 180, lat and ptzN (N PTZ views), for
 // example "fisheye,360,ptz4". Mouse: drag in a PTZ view moves it, the wheel zooms it, the arrow
 // keys and +/- send PTZ commands to it; drag an outline on the fisheye view; drag a panorama to
@@ -797,7 +798,9 @@ private:
                                      ? QStringLiteral(" | ") + m_qstrSaid
                                      : QString();
         statusBar()->showMessage(
-            QStringLiteral("%1 | %2 %3 x %4 | %9 | latency %5 ms (95%: %6 ms) | %7 reconnection(s) | %8%10")
+            QStringLiteral(
+                "%1 | %2 %3 x %4 | %9 | %11 renderer | latency %5 ms (95%: %6 ms) | %7 reconnection(s) | "
+                "%8%10")
                 .arg(m_tOptions.m_qstrVideo)
                 .arg(QString::fromStdString(m_pSource->Info().m_strCodec)) // a reconnection may change it
                 .arg(blVideo ? tVideo.m_iWidth : m_tInfo.m_iWidth)
@@ -806,7 +809,7 @@ private:
                 .arg(tLatency.m_dP95Ms, 0, 'f', 0)
                 .arg(tStatus.m_iReconnects)
                 .arg(qstrState)
-                .arg(m_qstrRates, qstrSaid));
+                .arg(m_qstrRates, qstrSaid, QString::fromLatin1(m_tEngine.RendererName())));
     }
 
     void RefreshPictures() {
@@ -1045,7 +1048,7 @@ QString ViewChoices() {
 void Usage() {
     std::printf(
         "usage: fishviewer [INPUT...] [--mount N] [--views LIST] [--size WxH] [--transport tcp|udp]\n"
-        "                  [--verbose] [--self-test DIR] [--help]\n"
+        "                  [--renderer gl|cpu|auto] [--verbose] [--self-test DIR] [--help]\n"
         "  INPUT          fisheye video file or URL: rtsp://, rtsps://, http(s)://, udp://, rtp://,\n"
         "                 MP4, MKV, MOV, TS or raw H.264/H.265/MJPEG (default\n"
         "                 build/samples/fisheye_1920.h264); files play in a loop; up to %d\n"
@@ -1056,6 +1059,8 @@ void Usage() {
         "  --size WxH     picture size for the stream header, each side 16 to 16384\n"
         "                 (default: the stream's own)\n"
         "  --transport T  RTSP transport: tcp or udp (default tcp)\n"
+        "  --renderer R   who draws the views: gl (OpenGL ES 3 through EGL), cpu, or auto: GL\n"
+        "                 on a GPU, else the CPU (default: KORVANE_RENDERER, else auto)\n"
         "  --verbose      show the library's and Qt's log lines on standard error\n"
         "  --self-test DIR  play a while, drag and zoom PTZ view 0, write screenshots into DIR, quit\n"
         "  --help, -h     this text\n",
@@ -1084,11 +1089,14 @@ bool ParseViews(cmdline::Parser& _tParser, const QString& _qstrValue, QStringLis
 
 cmdline::ParseResult ParseOptions(const QStringList& _qlistArgs, Options& _tOptions) {
     cmdline::Parser tParser(QStringLiteral("fishviewer"));
-    const QMap<QString, QString> qmapValued = {{QStringLiteral("--mount"), cmdline::MountChoices()},
-                                               {QStringLiteral("--views"), ViewChoices()},
-                                               {QStringLiteral("--self-test"), QStringLiteral("a folder")},
-                                               {QStringLiteral("--transport"), QStringLiteral("tcp or udp")},
-                                               {QStringLiteral("--size"), QStringLiteral("WIDTHxHEIGHT")}};
+    const QMap<QString, QString> qmapValued = {
+        {QStringLiteral("--mount"), cmdline::MountChoices()},
+        {QStringLiteral("--views"), ViewChoices()},
+        {QStringLiteral("--self-test"), QStringLiteral("a folder")},
+        {QStringLiteral("--transport"), QStringLiteral("tcp or udp")},
+        {QStringLiteral("--renderer"),
+         QStringLiteral("one of ") + cmdline::RendererChoices().join(QStringLiteral(", "))},
+        {QStringLiteral("--size"), QStringLiteral("WIDTHxHEIGHT")}};
     for (int i = 0; i < _qlistArgs.size(); ++i) {
         const QString& qstrArg = _qlistArgs[i];
         if (cmdline::IsHelp(qstrArg))
@@ -1109,7 +1117,9 @@ cmdline::ParseResult ParseOptions(const QStringList& _qlistArgs, Options& _tOpti
             blOk = tParser.Choice(qstrArg, qstrTransport, {QStringLiteral("tcp"), QStringLiteral("udp")});
             _tOptions.m_eTransport = qstrTransport == QLatin1String("udp") ? fishsource::RtspTransport::Udp
                                                                            : fishsource::RtspTransport::Tcp;
-        } else if (qstrArg == QLatin1String("--size"))
+        } else if (qstrArg == QLatin1String("--renderer"))
+            blOk = tParser.Renderer(qstrArg, _qlistArgs[++i]);
+        else if (qstrArg == QLatin1String("--size"))
             blOk = tParser.Size(qstrArg, _qlistArgs[++i], _tOptions.m_iWidth, _tOptions.m_iHeight);
         else if (qstrArg.startsWith(QLatin1Char('-')) && qstrArg.size() > 1)
             blOk = tParser.Unknown(qstrArg);

@@ -111,7 +111,8 @@ public:
     }
 
     n_GlResult Draw(const Frame& _tFrame, const fisheye::STRUCT_ViewParams& _tView,
-                    const STRUCT_TargetBuffer& _tDst, n_GlOutput _eOutput, std::string* _pstrWhy);
+                    const STRUCT_TargetBuffer& _tDst, n_GlOutput _eOutput, bool _blReadBack,
+                    std::string* _pstrWhy);
 
 private:
     CLS_GlThread() : m_gl(*GlDisplay().m_pGl), m_display(GlDisplay().m_display) {}
@@ -121,6 +122,8 @@ private:
     void UploadPlane(int _iPlane, GLenum _eFormat, GLenum _eLayout, int _iBytes, int _iWidth, int _iHeight,
                      const std::uint8_t* _pcData, int _iStride);
     const STRUCT_Framebuffer* Framebuffer(int _iWidth, int _iHeight, std::string* _pstrWhy);
+    // The framebuffer's pixels into _tDst, in its format.
+    void ReadBack(const STRUCT_TargetBuffer& _tDst);
     void SetUniforms(const Frame& _tFrame, const fisheye::STRUCT_ViewParams& _tView, n_GlOutput _eOutput);
     void Delete(STRUCT_Framebuffer& _tBuffer) {
         m_gl.glDeleteFramebuffers(1, &_tBuffer.m_uFramebuffer);
@@ -364,8 +367,32 @@ void CLS_GlThread::SetUniforms(const Frame& _tFrame, const fisheye::STRUCT_ViewP
     m_gl.glUniform1i(m_aiUniform[OUTPUT], _eOutput);
 }
 
+void CLS_GlThread::ReadBack(const STRUCT_TargetBuffer& _tDst) {
+    const int iWidth = _tDst.m_iWidth;
+    const int iHeight = _tDst.m_iHeight;
+    const int iPixel = BytesPerPixel(_tDst.m_eFormat);
+    m_gl.glPixelStorei(GL_PACK_ALIGNMENT, 1);
+    if (4 == iPixel && _tDst.m_iStride % 4 == 0) {
+        m_gl.glPixelStorei(GL_PACK_ROW_LENGTH, _tDst.m_iStride / 4);
+        m_gl.glReadPixels(0, 0, iWidth, iHeight, GL_RGBA, GL_UNSIGNED_BYTE, _tDst.m_pData);
+        m_gl.glPixelStorei(GL_PACK_ROW_LENGTH, 0);
+    } else {
+        // RGB targets: the rows read as RGBA, then packed.
+        m_vecRead.resize(static_cast<size_t>(iWidth) * iHeight * 4);
+        m_gl.glReadPixels(0, 0, iWidth, iHeight, GL_RGBA, GL_UNSIGNED_BYTE, m_vecRead.data());
+        for (int y = 0; y < iHeight; ++y) {
+            const std::uint8_t* pcRead = m_vecRead.data() + static_cast<size_t>(y) * iWidth * 4;
+            std::uint8_t* pcRow = _tDst.m_pData + static_cast<size_t>(y) * _tDst.m_iStride;
+            for (int x = 0; x < iWidth; ++x)
+                std::memcpy(pcRow + static_cast<size_t>(x) * iPixel, pcRead + static_cast<size_t>(x) * 4,
+                            static_cast<size_t>(iPixel));
+        }
+    }
+}
+
 n_GlResult CLS_GlThread::Draw(const Frame& _tFrame, const fisheye::STRUCT_ViewParams& _tView,
-                              const STRUCT_TargetBuffer& _tDst, n_GlOutput _eOutput, std::string* _pstrWhy) {
+                              const STRUCT_TargetBuffer& _tDst, n_GlOutput _eOutput, bool _blReadBack,
+                              std::string* _pstrWhy) {
     const int iWidth = _tDst.m_iWidth;
     const int iHeight = _tDst.m_iHeight;
     const int iPixel = BytesPerPixel(_tDst.m_eFormat);
@@ -402,23 +429,8 @@ n_GlResult CLS_GlThread::Draw(const Frame& _tFrame, const fisheye::STRUCT_ViewPa
     SetUniforms(_tFrame, _tView, _eOutput);
     m_gl.glBindVertexArray(m_uVertexArray);
     m_gl.glDrawArrays(GL_TRIANGLES, 0, 3);
-    m_gl.glPixelStorei(GL_PACK_ALIGNMENT, 1);
-    if (4 == iPixel && _tDst.m_iStride % 4 == 0) {
-        m_gl.glPixelStorei(GL_PACK_ROW_LENGTH, _tDst.m_iStride / 4);
-        m_gl.glReadPixels(0, 0, iWidth, iHeight, GL_RGBA, GL_UNSIGNED_BYTE, _tDst.m_pData);
-        m_gl.glPixelStorei(GL_PACK_ROW_LENGTH, 0);
-    } else {
-        // RGB targets: the rows read as RGBA, then packed.
-        m_vecRead.resize(static_cast<size_t>(iWidth) * iHeight * 4);
-        m_gl.glReadPixels(0, 0, iWidth, iHeight, GL_RGBA, GL_UNSIGNED_BYTE, m_vecRead.data());
-        for (int y = 0; y < iHeight; ++y) {
-            const std::uint8_t* pcRead = m_vecRead.data() + static_cast<size_t>(y) * iWidth * 4;
-            std::uint8_t* pcRow = _tDst.m_pData + static_cast<size_t>(y) * _tDst.m_iStride;
-            for (int x = 0; x < iWidth; ++x)
-                std::memcpy(pcRow + static_cast<size_t>(x) * iPixel, pcRead + static_cast<size_t>(x) * 4,
-                            static_cast<size_t>(iPixel));
-        }
-    }
+    if (_blReadBack)
+        ReadBack(_tDst);
     *_pstrWhy = Error("drawing a view");
     return _pstrWhy->empty() ? n_GlResult::Drawn : n_GlResult::Failed;
 }
@@ -426,9 +438,11 @@ n_GlResult CLS_GlThread::Draw(const Frame& _tFrame, const fisheye::STRUCT_ViewPa
 } // namespace
 
 n_GlResult GlDrawView(const Frame& _tFrame, const fisheye::STRUCT_ViewParams& _tView,
-                      const STRUCT_TargetBuffer& _tDst, n_GlOutput _eOutput, std::string* _pstrWhy) {
+                      const STRUCT_TargetBuffer& _tDst, n_GlOutput _eOutput, std::string* _pstrWhy,
+                      bool _blReadBack) {
     CLS_GlThread* pThread = CLS_GlThread::Get(_pstrWhy);
-    return pThread ? pThread->Draw(_tFrame, _tView, _tDst, _eOutput, _pstrWhy) : n_GlResult::Failed;
+    return pThread ? pThread->Draw(_tFrame, _tView, _tDst, _eOutput, _blReadBack, _pstrWhy)
+                   : n_GlResult::Failed;
 }
 
 bool GlHasGpu() {

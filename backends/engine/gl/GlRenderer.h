@@ -20,9 +20,11 @@ enum class n_GlResult : int {
 
 // Draws view _tView of _tFrame into _tDst with the calling thread's context. n_GlOutput_Position
 // needs a Bgrx32 buffer (4 bytes a pixel) and writes the 16-bit source positions as bytes.
-// Failed: *_pstrWhy says why (nothing usable written).
+// Failed: *_pstrWhy says why (nothing usable written). Without _blReadBack the view is only drawn
+// into the thread's framebuffer (benchmarks: the GPU's work alone; _tDst's pixels are not touched).
 n_GlResult GlDrawView(const Frame& _tFrame, const fisheye::STRUCT_ViewParams& _tView,
-                      const STRUCT_TargetBuffer& _tDst, n_GlOutput _eOutput, std::string* _pstrWhy);
+                      const STRUCT_TargetBuffer& _tDst, n_GlOutput _eOutput, std::string* _pstrWhy,
+                      bool _blReadBack = true);
 
 // Whether an EGL display with an OpenGL ES 3 configuration exists on a GPU (not a software
 // rasteriser); decided once.
