@@ -6,8 +6,6 @@ add_executable(test_gl ${KORVANE_GL_TESTS_DIR}/test_gl.cpp)
 target_include_directories(test_gl PRIVATE ${KORVANE_GL_TESTS_DIR})
 target_link_libraries(test_gl PRIVATE korvane_core korvane_test_streams GTest::gtest GTest::gtest_main)
 
-# Mesa keeps some of its allocations to the end of the process.
-set(KORVANE_GL_LSAN "LSAN_OPTIONS=suppressions=${KORVANE_GL_TESTS_DIR}/lsan.supp")
 # llvmpipe's own threads are not instrumented: draw on the calling thread.
 set(KORVANE_GL_ENV "LP_NUM_THREADS=0")
 
@@ -23,9 +21,6 @@ function(korvane_gl_program_test name program filter)
     add_test(NAME ${name} COMMAND ${program} --gtest_filter=${filter})
     set_tests_properties(${name} PROPERTIES LABELS "unit;gl" ENVIRONMENT "${KORVANE_GL_ENV};${ARGN}")
     fishplayer_sanitizer_environment(${name})
-    if(FISHPLAYER_SANITIZE STREQUAL "address")
-        set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT "${KORVANE_GL_LSAN}")
-    endif()
 endfunction()
 
 korvane_gl_test(gl.renderer "GlGeometry.*:GlRenderer.*")
@@ -47,7 +42,4 @@ if(TARGET test_engine_x11)
     add_test(NAME engine.x11.gl COMMAND test_engine_x11)
     set_tests_properties(engine.x11.gl PROPERTIES LABELS "unit;gl" ENVIRONMENT "${KORVANE_GL_ENV};KORVANE_RENDERER=gl")
     fishplayer_sanitizer_environment(engine.x11.gl)
-    if(FISHPLAYER_SANITIZE STREQUAL "address")
-        set_property(TEST engine.x11.gl APPEND PROPERTY ENVIRONMENT "${KORVANE_GL_LSAN}")
-    endif()
 endif()
