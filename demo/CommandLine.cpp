@@ -8,6 +8,10 @@ QString MountChoices() {
     return QStringLiteral("1 (wall), 2 (ceiling) or 3 (floor)");
 }
 
+QString TimeoutChoices() {
+    return QStringLiteral("seconds, %1 to %2").arg(MIN_TIMEOUT_S).arg(MAX_TIMEOUT_S);
+}
+
 QString MountName(int _iMount) {
     switch (_iMount) {
     case MOUNT_WALL:
@@ -95,6 +99,10 @@ QStringList RendererChoices() {
     return {QStringLiteral("gl"), QStringLiteral("cpu"), QStringLiteral("auto")};
 }
 
+QString RendererChoicesText() {
+    return QStringLiteral("one of ") + RendererChoices().join(QStringLiteral(", "));
+}
+
 bool Parser::Renderer(const QString& _qstrOption, const QString& _qstrValue) {
     if (!Choice(_qstrOption, _qstrValue, RendererChoices()))
         return false;
@@ -108,6 +116,14 @@ bool Parser::Mount(const QString& _qstrOption, const QString& _qstrValue, int& _
     if (!blOk || MountName(iValue).isEmpty())
         return Refuse(QStringLiteral("%1 '%2' refused: %3").arg(_qstrOption, _qstrValue, MountChoices()));
     _iOut = iValue;
+    return true;
+}
+
+bool Parser::Timeout(const QString& _qstrOption, const QString& _qstrValue, int& _iMs) {
+    double dSeconds = 0;
+    if (!Real(_qstrOption, _qstrValue, MIN_TIMEOUT_S, MAX_TIMEOUT_S, dSeconds))
+        return false;
+    _iMs = static_cast<int>(dSeconds * 1000);
     return true;
 }
 

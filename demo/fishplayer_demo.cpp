@@ -125,9 +125,8 @@ cmdline::ParseResult ParseOptions(const QStringList& _qlistArgs, Options& _tOpti
         {QStringLiteral("--out"), QStringLiteral("a folder")},
         {QStringLiteral("--mount"), cmdline::MountChoices()},
         {QStringLiteral("--transport"), QStringLiteral("tcp or udp")},
-        {QStringLiteral("--renderer"),
-         QStringLiteral("one of ") + cmdline::RendererChoices().join(QStringLiteral(", "))},
-        {QStringLiteral("--timeout"), QStringLiteral("seconds, 0.5 to 120")},
+        {QStringLiteral("--renderer"), cmdline::RendererChoicesText()},
+        {QStringLiteral("--timeout"), cmdline::TimeoutChoices()},
         {QStringLiteral("--step-seconds"), QStringLiteral("seconds, 0.2 to 600")},
         {QStringLiteral("--sheet-width"), QStringLiteral("pixels, 320 to 8192")},
         {QStringLiteral("--scale"), QStringLiteral("a factor, 0.1 to 4")},
@@ -156,9 +155,7 @@ cmdline::ParseResult ParseOptions(const QStringList& _qlistArgs, Options& _tOpti
         } else if (qstrArg == QLatin1String("--renderer")) {
             blOk = tParser.Renderer(qstrArg, _qlistArgs[++i]);
         } else if (qstrArg == QLatin1String("--timeout")) {
-            double dSeconds = 0;
-            blOk = tParser.Real(qstrArg, _qlistArgs[++i], 0.5, 120, dSeconds);
-            _tOptions.m_tSource.m_tReader.m_iTimeoutMs = static_cast<int>(dSeconds * 1000);
+            blOk = tParser.Timeout(qstrArg, _qlistArgs[++i], _tOptions.m_tSource.m_tReader.m_iTimeoutMs);
         } else if (qstrArg == QLatin1String("--step-seconds")) {
             blOk = tParser.Real(qstrArg, _qlistArgs[++i], 0.2, 600, _tOptions.m_dStepSeconds);
         } else if (qstrArg == QLatin1String("--fast")) {

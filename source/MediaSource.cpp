@@ -51,10 +51,10 @@ std::string MediaSource::Open() {
     if (m_thread.joinable())
         return "already started";
     const std::string strError = m_tReader.Open(m_tOptions.m_tReader, [this] { return m_blStop.load(); });
-    m_blOpen = strError.empty();
+    m_blOpen = strError.empty() && !m_blStop.load();
     std::lock_guard<std::mutex> lock(m_mutex);
     m_tInfo = m_tReader.Info();
-    return strError;
+    return m_blStop.load() ? "cancelled" : strError;
 }
 
 bool MediaSource::Start(const PF_Sink& _pfSink, const PF_Status& _pfStatus, const PF_Pictures& _pfPictures) {
@@ -68,12 +68,16 @@ bool MediaSource::Start(const PF_Sink& _pfSink, const PF_Status& _pfStatus, cons
     return true;
 }
 
-void MediaSource::Stop() {
+void MediaSource::Cancel() {
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_blStop = true;
     }
     m_condition.notify_all();
+}
+
+void MediaSource::Stop() {
+    Cancel();
     if (m_thread.joinable())
         m_thread.join();
     m_tReader.Close();

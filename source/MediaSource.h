@@ -6,8 +6,11 @@
 // of bytes fails with one line that says what was read and why.
 //
 // Threads
-// - The owner (any one thread) constructs the source, calls Open, Start, Stop and destroys it;
-//   these must not be called concurrently, nor from inside a callback.
+// - The owner constructs the source, calls Open, Start, Stop and destroys it, one call at a time
+//   and never from inside a callback. The owner may hand the source to another thread between
+//   calls (a window opens a camera on a worker so as not to freeze), with the hand-over
+//   synchronised (a thread's join, a mutex, a queued event).
+// - Cancel may be called from any thread at any time, also while Open runs on another thread.
 // - Start runs a reader thread. The sink, the status callback and the picture counter are called
 //   on that thread only, one at a time, from Start until Stop returns; never after.
 // - Info, Status, Latency, PacketsFed and BytesFed may be called from any thread at any time.
@@ -74,6 +77,9 @@ public:
     std::string Open();
     // Starts feeding an opened source. False when it is not open or already started.
     bool Start(const PF_Sink& _pfSink, const PF_Status& _pfStatus, const PF_Pictures& _pfPictures);
+    // Makes an Open in progress give up soon (it returns "cancelled") and a started source stop
+    // reading; the owner still calls Stop. Returns at once.
+    void Cancel();
     // Stops the reader thread and waits for it (at most one blocking read, bounded by the
     // time-out, but abandoned at once in practice).
     void Stop();

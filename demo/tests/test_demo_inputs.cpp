@@ -4,6 +4,7 @@
 // bad input, which must fail with one clear line and a non-zero exit, fast.
 #include "DemoImage.h"
 #include "DemoSupport.h"
+#include "Loopback.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -43,23 +44,6 @@ struct DemoRun {
     std::string m_strErr;
     double m_dSeconds = 0;
 };
-
-// A free port of 127.0.0.1 for the given socket type (free when asked; taken by the caller next).
-int FreePort(int _iType) {
-    const int iSocket = socket(AF_INET, _iType, 0);
-    if (iSocket < 0)
-        return 0;
-    sockaddr_in tAddress{};
-    tAddress.sin_family = AF_INET;
-    tAddress.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t uLength = sizeof(tAddress);
-    int iPort = 0;
-    if (bind(iSocket, reinterpret_cast<sockaddr*>(&tAddress), sizeof(tAddress)) == 0 &&
-        getsockname(iSocket, reinterpret_cast<sockaddr*>(&tAddress), &uLength) == 0)
-        iPort = ntohs(tAddress.sin_port);
-    close(iSocket);
-    return iPort;
-}
 
 // True once a TCP socket listens on 127.0.0.1:_iPort (read from /proc, so that nothing connects).
 bool Listening(int _iPort) {
@@ -364,8 +348,8 @@ TEST_F(DemoInputs, ACutMp4FailsWithItsSize) {
 }
 
 TEST_F(DemoInputs, UnreachableUrlsFailWithinTheirTimeOut) {
-    const int iTcp = FreePort(SOCK_STREAM);
-    const int iUdp = FreePort(SOCK_DGRAM);
+    const int iTcp = loopback::FreePort(SOCK_STREAM);
+    const int iUdp = loopback::FreePort(SOCK_DGRAM);
     ASSERT_GT(iTcp, 0);
     ASSERT_GT(iUdp, 0);
     const QString qstrRtsp = QStringLiteral("rtsp://127.0.0.1:%1/cam").arg(iTcp);
@@ -529,7 +513,7 @@ private:
 // datagram (0: none). Its standard output.
 std::string PlayMpegTsOverUdp(const QString& _qstrClip, const QString& _qstrOut, int _iDropEvery,
                               long long* _pllDropped) {
-    const int iPort = FreePort(SOCK_DGRAM);
+    const int iPort = loopback::FreePort(SOCK_DGRAM);
     EXPECT_GT(iPort, 0);
     UdpRelay tRelay(iPort, _iDropEvery);
     EXPECT_GT(tRelay.InPort(), 0);
@@ -573,7 +557,7 @@ TEST_F(DemoInputs, KeepsPlayingMpegTsOverUdpThatLosesDatagrams) {
 }
 
 TEST_F(DemoInputs, PlaysMjpegOverHttp) {
-    const int iPort = FreePort(SOCK_STREAM);
+    const int iPort = loopback::FreePort(SOCK_STREAM);
     ASSERT_GT(iPort, 0);
     const QString qstrUrl = QStringLiteral("http://127.0.0.1:%1/cam.mjpg").arg(iPort);
     Child tServer(QStringLiteral("ffmpeg"),

@@ -1,6 +1,7 @@
 // The source component on real files made with ffmpeg: what it reads of a stream, the packets it
 // hands on, its pacing and holding, the failures of a source that shows no picture, and the
 // latency meter.
+#include "Loopback.h"
 #include "MediaSource.h"
 
 #include <gtest/gtest.h>
@@ -351,6 +352,26 @@ TEST(SourceOpen, UnstartedOrUnopenedSourcesRefuseToStart) {
     EXPECT_FALSE(tSource.Start([](const std::uint8_t*, int) { return SinkResult::Taken; }, nullptr, nullptr));
     tSource.Stop(); // harmless without a thread
     EXPECT_EQ(tSource.Status().m_eState, SourceState::Idle);
+}
+
+TEST(SourceOpen, CancelMakesAnOpeningInProgressGiveUp) {
+    // A camera on loopback that never answers: the opening waits for its RTSP reply.
+    const loopback::SilentListener tCamera;
+    ASSERT_NE(tCamera.Port(), 0);
+    SourceOptions tOptions;
+    tOptions.m_tReader.m_strUrl = "rtsp://127.0.0.1:" + std::to_string(tCamera.Port()) + "/cam";
+    tOptions.m_tReader.m_iTimeoutMs = 20000;
+    MediaSource tSource(tOptions);
+    std::string strResult = "not returned";
+    std::thread tOpening([&tSource, &strResult] { strResult = tSource.Open(); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    const Clock::time_point tCancel = Clock::now();
+    tSource.Cancel();
+    tOpening.join();
+    EXPECT_EQ(strResult, "cancelled");
+    EXPECT_LT(std::chrono::duration<double>(Clock::now() - tCancel).count(), 5.0); // not the 20 s time-out
+    EXPECT_FALSE(tSource.Start([](const std::uint8_t*, int) { return SinkResult::Taken; }, nullptr, nullptr));
+    tSource.Stop();
 }
 
 TEST(SourceSink, ThePlayerLibrarysFeedResultsMapToTakenBusyAndRefused) {

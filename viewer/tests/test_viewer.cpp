@@ -1,8 +1,9 @@
 // The viewer used as a person uses it, under Xvfb: it plays a fisheye clip, PTZ view 0 is
 // dragged and zoomed with the mouse, and screenshots before and after show the view and its
-// outline on the fisheye view moved.
+// outline on the fisheye view moved; sources that fail or are slow to answer are said.
 #include "DemoImage.h"
 #include "DemoSupport.h"
+#include "Loopback.h"
 #include "XServer.h"
 
 #include <QFile>
@@ -24,6 +25,21 @@ namespace {
 struct Tile {
     int m_iX = 0, m_iY = 0, m_iW = 0, m_iH = 0;
 };
+
+// A message alone in the window: mostly light, with dark text (not black views).
+bool ShowsAMessage(const DemoImage& _tShot) {
+    if (_tShot.IsNull())
+        return false;
+    int iLight = 0, iDark = 0;
+    for (int y = 0; y < _tShot.Height(); ++y)
+        for (int x = 0; x < _tShot.Width(); ++x) {
+            const DemoColor tColor = _tShot.Pixel(x, y);
+            const int iSum = tColor.m_ucR + tColor.m_ucG + tColor.m_ucB;
+            iLight += iSum > 3 * 150 ? 1 : 0;
+            iDark += iSum < 3 * 80 ? 1 : 0;
+        }
+    return iLight > _tShot.Width() * _tShot.Height() / 2 && iDark > 50;
+}
 
 double Difference(const DemoImage& _tA, const DemoImage& _tB) {
     return DemoImage::Difference(_tA, _tB);
@@ -164,19 +180,38 @@ TEST(ViewerUnderXvfb, ShowsWhyASourceFailedInPlaceOfTheViews) {
         std::string::npos)
         << strError;
     EXPECT_LT(qtimer.elapsed(), 20000);
-    // The window shows the message: mostly light, with dark text, not black views.
-    const DemoImage tShot = DemoImage::LoadPng(qDir.filePath(QStringLiteral("failure.png")));
-    ASSERT_FALSE(tShot.IsNull());
-    int iLight = 0, iDark = 0;
-    for (int y = 0; y < tShot.Height(); ++y)
-        for (int x = 0; x < tShot.Width(); ++x) {
-            const DemoColor tColor = tShot.Pixel(x, y);
-            const int iSum = tColor.m_ucR + tColor.m_ucG + tColor.m_ucB;
-            iLight += iSum > 3 * 150 ? 1 : 0;
-            iDark += iSum < 3 * 80 ? 1 : 0;
-        }
-    EXPECT_GT(iLight, tShot.Width() * tShot.Height() / 2);
-    EXPECT_GT(iDark, 50); // the text
+    // The window shows the message, not black views.
+    EXPECT_TRUE(ShowsAMessage(DemoImage::LoadPng(qDir.filePath(QStringLiteral("failure.png")))));
+}
+
+TEST(ViewerUnderXvfb, AnswersAndSaysWhatItOpensWhileACameraIsSlowToAnswer) {
+    // A camera on loopback that takes the connection and never answers.
+    const loopback::SilentListener tCamera;
+    ASSERT_NE(tCamera.Port(), 0);
+    const QString qstrUrl = QStringLiteral("rtsp://127.0.0.1:%1/cam").arg(tCamera.Port());
+    QTemporaryDir qDir;
+    ASSERT_TRUE(qDir.isValid());
+    const XServer tServer(QStringLiteral("1280x800x24"));
+    ASSERT_FALSE(tServer.Display().isEmpty()) << "Xvfb did not start";
+    QProcess qViewer;
+    qViewer.setProcessEnvironment(tServer.Environment());
+    qViewer.start(QStringLiteral(FISHVIEWER_PATH), {qstrUrl, QStringLiteral("--timeout"), QStringLiteral("3"),
+                                                    QStringLiteral("--self-test"), qDir.path()});
+    ASSERT_TRUE(qViewer.waitForFinished(60000));
+    EXPECT_EQ(qViewer.exitCode(), 1);
+    // A second into the opening the window had painted and said what it opens: the opening does
+    // not hold the window.
+    const std::string strOutput = qViewer.readAllStandardOutput().toStdString();
+    EXPECT_NE(strOutput.find("opening: status opening " + qstrUrl.toStdString() + "\n"), std::string::npos)
+        << strOutput;
+    EXPECT_TRUE(ShowsAMessage(DemoImage::LoadPng(qDir.filePath(QStringLiteral("opening.png")))));
+    // Then the time-out given, and the reason in place of the views.
+    const std::string strError = qViewer.readAllStandardError().toStdString();
+    EXPECT_NE(
+        strError.find("fishviewer: cannot open " + qstrUrl.toStdString() + ": no answer within 3.0 s\n"),
+        std::string::npos)
+        << strError;
+    EXPECT_TRUE(ShowsAMessage(DemoImage::LoadPng(qDir.filePath(QStringLiteral("failure.png")))));
 }
 
 // A 320 x 320 fisheye clip of an ffmpeg test source, four seconds long.
@@ -244,8 +279,8 @@ TEST(ViewerOptions, HelpListsEveryOptionAndExitsZero) {
     const ProgramRun tRun = RunViewer({QStringLiteral("--help")});
     EXPECT_EQ(tRun.m_iExit, 0);
     EXPECT_EQ(tRun.m_strErr, "");
-    for (const char* pcOption :
-         {"--mount", "--views", "--size", "--transport", "--renderer", "--verbose", "--self-test", "--help"})
+    for (const char* pcOption : {"--mount", "--views", "--size", "--transport", "--timeout", "--renderer",
+                                 "--verbose", "--self-test", "--help"})
         EXPECT_NE(tRun.m_strOut.find(pcOption), std::string::npos) << pcOption << " missing from\n"
                                                                    << tRun.m_strOut;
 }
@@ -277,6 +312,11 @@ TEST(ViewerOptions, BadOptionsExitTwoWithOneLineNamingTheOptionAndItsValues) {
          "fishviewer: --size '99999999x2' refused: " + strSize},
         {{QStringLiteral("--transport"), QStringLiteral("quic")},
          "fishviewer: --transport 'quic' refused: one of tcp, udp\n"},
+        {{QStringLiteral("--timeout"), QStringLiteral("0.1")},
+         "fishviewer: --timeout '0.1' refused: a number from 0.5 to 120\n"},
+        {{QStringLiteral("--timeout"), QStringLiteral("nan")},
+         "fishviewer: --timeout 'nan' refused: a number from 0.5 to 120\n"},
+        {{QStringLiteral("--timeout")}, "fishviewer: --timeout needs a value: seconds, 0.5 to 120\n"},
         {{QStringLiteral("--renderer"), QStringLiteral("vulkan")},
          "fishviewer: --renderer 'vulkan' refused: one of gl, cpu, auto\n"},
         {{QStringLiteral("--renderer")}, "fishviewer: --renderer needs a value: one of gl, cpu, auto\n"},
