@@ -59,6 +59,9 @@ public:
     virtual ~CLS_ViewRenderer() = default;
     // Fills the whole of _tDst, in its pixel format, from _tSrc (both non-empty).
     virtual void Render(const Frame& _tSrc, const ViewParams& _tParams, const STRUCT_TargetBuffer& _tDst) = 0;
+    // Draws the view straight into the window _tWindow and shows it; false (nothing shown) when this
+    // renderer does not or cannot, and the engine then calls Render with the window's buffer.
+    virtual bool RenderToWindow(const Frame&, const ViewParams&, const STRUCT_NativeWindow&) { return false; }
 };
 
 // The first renderer: the source picture scaled to the target (nearest pixel), for every kind; also

@@ -26,6 +26,13 @@ n_GlResult GlDrawView(const Frame& _tFrame, const fisheye::STRUCT_ViewParams& _t
                       const STRUCT_TargetBuffer& _tDst, n_GlOutput _eOutput, std::string* _pstrWhy,
                       bool _blReadBack = true);
 
+// Draws view _tView of _tFrame into the X11 window _tWindow through an EGL window surface of the
+// engine's connection (EGL's XCB platform), kept in the window's target, and swaps. NotForGl also
+// where the window's display is a software rasteriser and the off-screen one a GPU (the view is
+// then better drawn off-screen and read back).
+n_GlResult GlDrawWindow(const Frame& _tFrame, const fisheye::STRUCT_ViewParams& _tView,
+                        const STRUCT_NativeWindow& _tWindow, std::string* _pstrWhy);
+
 // Whether an EGL display with an OpenGL ES 3 configuration exists on a GPU (not a software
 // rasteriser); decided once.
 bool GlHasGpu();
@@ -35,14 +42,19 @@ bool GlHasGpu();
 bool GlFinish();
 
 // A view drawn by GL while GL works; after its first GL failure (logged once) the view carries on
-// with the CPU renderer.
+// with the CPU renderer. X11 windows are drawn through their EGL surfaces; where that fails (no XCB
+// platform, a window EGL cannot draw into; logged once) the view is read back into the window's
+// buffer instead.
 class CLS_GlViewRenderer : public CLS_ViewRenderer {
 public:
     void Render(const Frame& _tSrc, const ViewParams& _tParams, const STRUCT_TargetBuffer& _tDst) override;
+    bool RenderToWindow(const Frame& _tSrc, const ViewParams& _tParams,
+                        const STRUCT_NativeWindow& _tWindow) override;
 
 private:
     CLS_DewarpRenderer m_cpu;
     bool m_blFailed = false;
+    bool m_blNoWindow = false;
 };
 
 } // namespace korvane

@@ -33,6 +33,7 @@ uniform vec2 uChromaTanHalf; // the PTZ view's tangents for the chroma grid's as
 uniform int uPlanes;      // n_GlPlanes
 uniform bool uFullRange;
 uniform int uOutput;      // n_GlOutput
+uniform bool uFlip;       // rows counted from the bottom (a window surface)
 uniform sampler2D uPlane0;
 uniform sampler2D uPlane1;
 uniform sampler2D uPlane2;
@@ -148,10 +149,11 @@ vec2 Chroma(vec2 tPixel) {
 }
 
 void main() {
-    // Rows are counted from the framebuffer's first row, which the read-back returns first: row 0
-    // is the view's top row.
+    // Row 0 is the view's top row: the framebuffer's first row, which the read-back returns first,
+    // or a window surface's last.
+    vec2 tPixel = uFlip ? vec2(gl_FragCoord.x, uOutSize.y - gl_FragCoord.y) : gl_FragCoord.xy;
     vec2 tSource;
-    bool blInside = SourcePosition(gl_FragCoord.xy, uOutSize, uTanHalf, tSource) && Finite(tSource);
+    bool blInside = SourcePosition(tPixel, uOutSize, uTanHalf, tSource) && Finite(tSource);
     if (uOutput == 2) {
         vec2 tFixed = blInside ? floor(clamp(tSource, 0.0, 1.0) * 65534.0 + 0.5) : vec2(65535.0);
         oColour = vec4(floor(tFixed.x / 256.0), mod(tFixed.x, 256.0), floor(tFixed.y / 256.0),
@@ -163,7 +165,7 @@ void main() {
         if (uPlanes == 0) {
             tRgb = texture(uPlane0, tSource).rgb;
         } else {
-            vec2 tUv = Chroma(gl_FragCoord.xy);
+            vec2 tUv = Chroma(tPixel);
             tRgb = YuvToRgb(texture(uPlane0, tSource).r, tUv.x, tUv.y);
         }
     }

@@ -38,7 +38,7 @@ korvane_gl_engine_test(gl.engine "GlEngine.ViewsFollow*" "KORVANE_RENDERER=gl")
 korvane_gl_engine_test(gl.engine.fallback "GlEngine.WithoutEgl*" "__EGL_VENDOR_LIBRARY_FILENAMES=/nonexistent"
     "KORVANE_RENDERER=gl")
 if(TARGET test_engine_x11)
-    # The X11 windows' tests again, every view drawn by GL and read back into the window's buffer.
+    # The X11 windows' tests again, every view drawn by GL into the windows' EGL surfaces.
     add_test(NAME engine.x11.gl COMMAND test_engine_x11)
     set_tests_properties(engine.x11.gl PROPERTIES LABELS "unit;gl" ENVIRONMENT "${KORVANE_GL_ENV};KORVANE_RENDERER=gl")
     fishplayer_sanitizer_environment(engine.x11.gl)
