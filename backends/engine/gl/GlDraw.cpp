@@ -1,8 +1,6 @@
 // The GL state of a thread: a view's draw into a framebuffer or an X11 window; see GlThread.h.
 #include "GlThread.h"
 
-#include "GlUniforms.h"
-
 #include <cmath>
 #include <cstring>
 

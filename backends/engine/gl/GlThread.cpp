@@ -2,7 +2,6 @@
 #include "GlThread.h"
 
 #include "GlShaders.h"
-#include "GlUniforms.h"
 
 #include <cstdio>
 #include <map>

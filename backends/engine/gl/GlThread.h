@@ -6,6 +6,7 @@
 
 #include "GlDisplay.h"
 #include "GlRenderer.h"
+#include "GlUniforms.h"
 
 #include <memory>
 #include <string>
@@ -47,7 +48,6 @@ private:
     };
     static constexpr int PLANES = 3;
     static constexpr int MAX_FRAMEBUFFERS = 16; // view sizes kept per thread
-    static constexpr int MAX_UNIFORMS = 32;
 
     explicit CLS_GlThread(const STRUCT_GlDisplay& _tDisplay)
         : m_gl(*_tDisplay.m_pGl), m_display(_tDisplay.m_display), m_config(_tDisplay.m_config) {}
@@ -82,7 +82,7 @@ private:
     std::string m_strWhy;
     GLuint m_uProgram = 0;
     GLuint m_uVertexArray = 0;
-    GLint m_aiUniform[MAX_UNIFORMS] = {};
+    GLint m_aiUniform[UNIFORMS] = {};
     GLint m_iMaxTexture = 0;
     STRUCT_Texture m_atTextures[PLANES];
     // The planes now in the textures: their owner while it lives (a picture's planes never change).
