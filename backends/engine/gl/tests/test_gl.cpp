@@ -93,11 +93,12 @@ TEST(GlGeometry, SourcePositionsMatchTheCpuGeometryForEveryKindAndMount) {
                 }
             const std::string strWhere =
                 tCase.m_strName + " " + std::to_string(iWidth) + "x" + std::to_string(iHeight);
-            // Only pixels on the rim of what a view shows may fall on either side.
-            EXPECT_LE(iDisagree, iWidth * iHeight / 100) << strWhere;
+            // Only pixels on the rim of what a view shows may fall on either side (none on llvmpipe).
+            EXPECT_LE(iDisagree, iWidth * iHeight / 200) << strWhere;
             EXPECT_GE(iInside, iWidth * iHeight / 4) << strWhere;
-            // 2e-4 of the source picture: a twentieth of a pixel at 320 pixels.
-            EXPECT_LT(dWorst, 2e-4) << strWhere;
+            // 5e-5 of the source picture, a sixtieth of a pixel at 320 pixels: single precision and
+            // the 16-bit output (8e-6 on Mesa's llvmpipe) with room for a GPU's own arithmetic.
+            EXPECT_LT(dWorst, 5e-5) << strWhere;
         }
     }
 }
