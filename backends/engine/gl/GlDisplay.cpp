@@ -127,6 +127,14 @@ bool HasExtension(const char* _pcList, const char* _pcName) {
     return false;
 }
 
+bool HasGpuDevice() {
+    static const bool s_blGpu = [] {
+        const STRUCT_GlApi* pGl = GlApi(nullptr);
+        return pGl && FindGpu(*pGl, pGl->eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS)) != nullptr;
+    }();
+    return s_blGpu;
+}
+
 const STRUCT_GlDisplay& GlDisplay() {
     static const STRUCT_GlDisplay* s_pDisplay = Open();
     return *s_pDisplay;

@@ -21,6 +21,10 @@ struct STRUCT_GlDisplay {
 // surfaceless platform, then the default display; needs surfaceless contexts and OpenGL ES 3.
 const STRUCT_GlDisplay& GlDisplay();
 
+// Whether EGL lists a device that is not a software rasteriser; asks no driver to start, so a
+// machine without a GPU pays only for opening the EGL libraries.
+bool HasGpuDevice();
+
 // The EGL display of the engine's X connection (an xcb_connection_t, screen _iScreen) through EGL's
 // XCB platform, for drawing into X11 windows through window surfaces; opened once, on the first
 // call (the engine has one connection).

@@ -26,6 +26,8 @@ n_GlResult GlDrawWindow(const Frame& _tFrame, const fisheye::STRUCT_ViewParams& 
 }
 
 bool GlHasGpu() {
+    if (!HasGpuDevice())
+        return false; // no display opened: a software rasteriser is not loaded for nothing
     const STRUCT_GlDisplay& tDisplay = GlDisplay();
     return tDisplay.m_strWhy.empty() && tDisplay.m_blGpu;
 }
