@@ -29,6 +29,10 @@
 #define KW_CORRECT_LAT 1024
 #define KW_CORRECT_FISHEYE 1280
 
+// Renderers of the open engine's views (KW_Ext_GetRenderer).
+#define KW_RENDERER_CPU 1
+#define KW_RENDERER_GL 2
+
 // Callback of channel user data: (play index, data type, payload, payload length, user context).
 typedef void (*KW_PF_UserData)(int, int, const unsigned char*, int, void*);
 // Callback of a correction, called after each picture rendered for it: (correction id, user).

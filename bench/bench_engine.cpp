@@ -22,6 +22,7 @@
 // (cpu_ms_per_picture), with the remap's worker pool sized from the cores. BM_Cameras: late (the
 // share of pictures late), worst_lag_ms (the most a picture's views were done after its arrival)
 // and cpu_ms_per_picture.
+#include "EndToEnd.h"
 #include "RenderTarget.h"
 #include "StreamDecoder.h"
 #include "ViewRenderer.h"
@@ -51,26 +52,6 @@ using namespace korvane;
 
 namespace {
 
-const std::vector<std::uint8_t>& Clip() {
-    static const std::vector<std::uint8_t> s_vecClip = [] {
-        const char* pcPath = std::getenv("FISHPLAYER_BENCH_CLIP");
-        std::vector<std::uint8_t> vecClip;
-        if (pcPath) {
-            std::ifstream file(pcPath, std::ios::binary);
-            vecClip.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-        }
-        return vecClip;
-    }();
-    return s_vecClip;
-}
-
-double CpuSeconds() {
-    rusage tUsage{};
-    getrusage(RUSAGE_SELF, &tUsage);
-    return static_cast<double>(tUsage.ru_utime.tv_sec + tUsage.ru_stime.tv_sec) +
-           static_cast<double>(tUsage.ru_utime.tv_usec + tUsage.ru_stime.tv_usec) / 1e6;
-}
-
 // One view of the set: its parameters, its renderer (tables kept across pictures) and its target.
 struct STRUCT_View {
     ViewParams m_tParams;
@@ -79,27 +60,11 @@ struct STRUCT_View {
 };
 
 std::vector<std::unique_ptr<STRUCT_View>> ViewSet(n_PixelFormat _eFormat) {
-    struct STRUCT_Spec {
-        int m_iKind;
-        int m_iWidth;
-        int m_iHeight;
-        int m_iPtzX;
-        int m_iPtzY;
-    };
-    const STRUCT_Spec atSpecs[] = {
-        {n_ViewKind_PTZ, 960, 540, 5000, 5000},  {n_ViewKind_PTZ, 960, 540, 3000, 5000},
-        {n_ViewKind_PTZ, 960, 540, 5000, 3000},  {n_ViewKind_PTZ, 960, 540, 7000, 6500},
-        {n_ViewKind_360, 1920, 480, 5000, 5000}, {n_ViewKind_180, 1280, 720, 5000, 5000},
-        {n_ViewKind_LAT, 1280, 720, 5000, 5000},
-    };
     std::vector<std::unique_ptr<STRUCT_View>> vecViews;
-    for (const STRUCT_Spec& tSpec : atSpecs) {
+    for (const STRUCT_CameraView& tView : CameraViews()) {
         auto pView = std::make_unique<STRUCT_View>();
-        pView->m_tParams.m_iKind = tSpec.m_iKind;
-        pView->m_tParams.m_iMountMode = 1; // the sample looks at a wall
-        pView->m_tParams.m_iPtzX = tSpec.m_iPtzX;
-        pView->m_tParams.m_iPtzY = tSpec.m_iPtzY;
-        pView->m_pTarget = std::make_unique<CLS_NullTarget>(tSpec.m_iWidth, tSpec.m_iHeight, _eFormat);
+        pView->m_tParams = tView.m_tParams;
+        pView->m_pTarget = std::make_unique<CLS_NullTarget>(tView.m_iWidth, tView.m_iHeight, _eFormat);
         vecViews.push_back(std::move(pView));
     }
     return vecViews;

@@ -95,6 +95,21 @@ bool Parser::Choice(const QString& _qstrOption, const QString& _qstrValue, const
                       .arg(_qstrOption, _qstrValue, _qlistAllowed.join(QStringLiteral(", "))));
 }
 
+QStringList RendererChoices() {
+    return {QStringLiteral("gl"), QStringLiteral("cpu"), QStringLiteral("auto")};
+}
+
+QString RendererChoicesText() {
+    return QStringLiteral("one of ") + RendererChoices().join(QStringLiteral(", "));
+}
+
+bool Parser::Renderer(const QString& _qstrOption, const QString& _qstrValue) {
+    if (!Choice(_qstrOption, _qstrValue, RendererChoices()))
+        return false;
+    qputenv(RENDERER_VARIABLE, _qstrValue.toUtf8());
+    return true;
+}
+
 bool Parser::Mount(const QString& _qstrOption, const QString& _qstrValue, int& _iOut) {
     bool blOk = false;
     const int iValue = _qstrValue.toInt(&blOk);

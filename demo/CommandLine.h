@@ -28,6 +28,12 @@ QString MountChoices();
 // "wall", "ceiling" or "floor"; "" for any other value.
 QString MountName(int _iMount);
 
+// The open engine's renderers, as --renderer names them: gl, cpu and auto (the engine's default).
+QStringList RendererChoices();
+// "one of gl, cpu, auto", as the messages say it.
+QString RendererChoicesText();
+// The variable through which the engine is told (read when it draws its first view).
+constexpr const char* RENDERER_VARIABLE = "KORVANE_RENDERER";
 // A network source's time-out (--timeout S), in seconds.
 constexpr double MIN_TIMEOUT_S = 0.5;
 constexpr double MAX_TIMEOUT_S = 120;
@@ -54,6 +60,8 @@ public:
               double& _dOut);
     bool Choice(const QString& _qstrOption, const QString& _qstrValue, const QStringList& _qlistAllowed);
     bool Mount(const QString& _qstrOption, const QString& _qstrValue, int& _iOut);
+    // One of RendererChoices(), then set as RENDERER_VARIABLE for the engine that will be loaded.
+    bool Renderer(const QString& _qstrOption, const QString& _qstrValue);
     // Seconds, MIN_TIMEOUT_S to MAX_TIMEOUT_S, into milliseconds.
     bool Timeout(const QString& _qstrOption, const QString& _qstrValue, int& _iMs);
     // WxH with each side MIN_SIDE to MAX_SIDE; a side under USUAL_MIN_SIDE is accepted and said.

@@ -1,5 +1,7 @@
 #include "DemoSupport.h"
 
+#include "abi/KorvaneContract.h"
+
 #include <QProcess>
 
 #include <dlfcn.h>
@@ -16,8 +18,13 @@ bool EngineExt::Resolve() {
         reinterpret_cast<decltype(m_pfDestroySurface)>(dlsym(hEngine, "KW_Ext_DestroySurface"));
     m_pfReadSurface = reinterpret_cast<decltype(m_pfReadSurface)>(dlsym(hEngine, "KW_Ext_ReadSurface"));
     m_pfGetVideoParam = reinterpret_cast<decltype(m_pfGetVideoParam)>(dlsym(hEngine, "KW_GetVideoParam"));
+    m_pfGetRenderer = reinterpret_cast<decltype(m_pfGetRenderer)>(dlsym(hEngine, "KW_Ext_GetRenderer"));
     // The handle stays open: the library keeps the engine loaded for the process's life anyway.
     return m_pfCreateSurface && m_pfDestroySurface && m_pfReadSurface && m_pfGetVideoParam;
+}
+
+const char* EngineExt::RendererName() const {
+    return m_pfGetRenderer && m_pfGetRenderer() == KW_RENDERER_GL ? "GL" : "CPU";
 }
 
 long long EngineExt::DecodedPictures(int _iPlayId) const {

@@ -16,9 +16,12 @@ struct EngineExt {
     int (*m_pfDestroySurface)(void*) = nullptr;
     int (*m_pfReadSurface)(void*, unsigned char*, int) = nullptr;
     int (*m_pfGetVideoParam)(int, void*, int) = nullptr;
+    int (*m_pfGetRenderer)() = nullptr; // not required: an engine without it draws on the CPU
 
-    // True once every function was found in the loaded "Korvane.dll".
+    // True once every required function was found in the loaded "Korvane.dll".
     bool Resolve();
+    // Who draws the engine's views now: "GL" or "CPU".
+    const char* RendererName() const;
     // Pictures the engine player has decoded so far (0 when it cannot tell).
     long long DecodedPictures(int _iPlayId) const;
 };

@@ -3,7 +3,7 @@
 // and zooms, and writes one PNG per view at each checkpoint plus a contact sheet of all views.
 //
 //   fishplayer_demo [INPUT] [--out DIR] [--size WxH] [--mount N] [--sheet-width N] [--scale F]
-//                   [--transport tcp|udp] [--timeout S] [--fast] [--step-seconds S]
+//                   [--transport tcp|udp] [--timeout S] [--fast] [--step-seconds S] [--renderer R]
 //
 // INPUT is any file or URL that libavformat opens (rtsp://, http://, udp://, MP4, MKV, TS, raw
 // H.264/H.265/MJPEG) holding H.264, H.265 or MJPEG video; it defaults to the sample clip
@@ -97,7 +97,7 @@ struct Options {
 void Usage() {
     std::printf("usage: fishplayer_demo [INPUT] [--out DIR] [--size WxH] [--mount N] [--sheet-width N]\n"
                 "                       [--scale F] [--transport tcp|udp] [--timeout S] [--fast]\n"
-                "                       [--step-seconds S] [--help]\n"
+                "                       [--step-seconds S] [--renderer gl|cpu|auto] [--help]\n"
                 "  INPUT          fisheye video file or URL: rtsp://, rtsps://, http(s)://, udp://, rtp://,\n"
                 "                 MP4, MKV, MOV, TS or raw H.264/H.265/MJPEG (default\n"
                 "                 build/samples/fisheye_1920.h264, a ceiling-mounted scene)\n"
@@ -112,6 +112,8 @@ void Usage() {
                 "                 reconnected, or fails when opening (default 5)\n"
                 "  --fast         play files as fast as the engine decodes, not at their timestamps\n"
                 "  --step-seconds S  playing time of each step for live sources, 0.2 to 600 (default 2)\n"
+                "  --renderer R   who draws the views: gl (OpenGL ES 3 through EGL), cpu, or auto: GL\n"
+                "                 on a GPU, else the CPU (default: KORVANE_RENDERER, else auto)\n"
                 "  --help, -h     this text\n",
                 qPrintable(cmdline::MountChoices()));
 }
@@ -123,6 +125,7 @@ cmdline::ParseResult ParseOptions(const QStringList& _qlistArgs, Options& _tOpti
         {QStringLiteral("--out"), QStringLiteral("a folder")},
         {QStringLiteral("--mount"), cmdline::MountChoices()},
         {QStringLiteral("--transport"), QStringLiteral("tcp or udp")},
+        {QStringLiteral("--renderer"), cmdline::RendererChoicesText()},
         {QStringLiteral("--timeout"), cmdline::TimeoutChoices()},
         {QStringLiteral("--step-seconds"), QStringLiteral("seconds, 0.2 to 600")},
         {QStringLiteral("--sheet-width"), QStringLiteral("pixels, 320 to 8192")},
@@ -149,6 +152,8 @@ cmdline::ParseResult ParseOptions(const QStringList& _qlistArgs, Options& _tOpti
             _tOptions.m_tSource.m_tReader.m_eTransport = qstrTransport == QLatin1String("udp")
                                                              ? fishsource::RtspTransport::Udp
                                                              : fishsource::RtspTransport::Tcp;
+        } else if (qstrArg == QLatin1String("--renderer")) {
+            blOk = tParser.Renderer(qstrArg, _qlistArgs[++i]);
         } else if (qstrArg == QLatin1String("--timeout")) {
             blOk = tParser.Timeout(qstrArg, _qlistArgs[++i], _tOptions.m_tSource.m_tReader.m_iTimeoutMs);
         } else if (qstrArg == QLatin1String("--step-seconds")) {
@@ -677,6 +682,7 @@ int Demo::Run() {
     std::printf("latency from packet arrival to picture shown: median %.1f ms, 95th percentile %.1f ms "
                 "(%d pictures)\n",
                 tLatency.m_dMedianMs, tLatency.m_dP95Ms, tLatency.m_iSamples);
+    std::printf("views drawn by the %s renderer\n", m_tEngine.RendererName());
     int iOverlays = 0;
     LatestOverlay(&iOverlays);
     std::printf("%d overlays received\n", iOverlays);

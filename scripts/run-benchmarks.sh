@@ -6,7 +6,7 @@
 # BUILD_DIR defaults to build-bench. Environment: REPETITIONS (default 5) runs of every benchmark,
 # whose median is reported; THREADS (default: the number of cores) threads for the dewarping and
 # for FFmpeg's v360 filter alike; V360_FRAMES (default 40) frames per v360 run; ONLY (a comma list
-# of overhead, dewarp, v360, engine, source, live; none for no section) measures those sections
+# of overhead, dewarp, v360, engine, gl, source, live; none for no section) measures those sections
 # again and writes the others from the last run's data in BUILD_DIR/bench-data (a section measured
 # while the machine was busy can be redone alone); each section gives its own run's date and load.
 #
@@ -14,7 +14,8 @@
 # makes, the renderer against v360 on the same frame and against a plain copy, from and to memory, of
 # the bytes it moves, and a camera's views from the decoder's planes against the whole-picture RGB
 # conversion, with decoding alone beside them (bench_engine on the sample clip and on it scaled to
-# 3840x3840; scripts/bench-engine-section.py writes that section).
+# 3840x3840; scripts/bench-engine-section.py writes that section), and the GL renderer's upload, views
+# and end to end against the CPU renderer (bench_gl; scripts/bench-gl-section.py writes that section).
 # Needs libbenchmark-dev, python3 and the ffmpeg command (scripts/setup-debian.sh); the comparison
 # with OpenCV's remap needs libopencv-imgproc-dev (scripts/setup-debian.sh --benchmarks) and is left
 # out without it.
@@ -30,9 +31,9 @@ ONLY=${ONLY:-}
 want() { [ -z "$ONLY" ] || [[ ",$ONLY," == *",$1,"* ]]; }
 for section in ${ONLY//,/ }; do
     case "$section" in
-        overhead | dewarp | v360 | engine | source | live | none) ;;
+        overhead | dewarp | v360 | engine | gl | source | live | none) ;;
         *)
-            echo "run-benchmarks: ONLY names '$section'; sections: overhead, dewarp, v360, engine, source, live, or none (only write the document)" >&2
+            echo "run-benchmarks: ONLY names '$section'; sections: overhead, dewarp, v360, engine, gl, source, live, or none (only write the document)" >&2
             exit 1
             ;;
     esac
@@ -55,6 +56,11 @@ cmake -S . -B "$BUILD_DIR" -G Ninja -DCMAKE_BUILD_TYPE=Release -DFISHPLAYER_BUIL
     -DFISHPLAYER_BUILD_TESTS=ON -DFISHPLAYER_BUILD_BACKENDS=ON > /dev/null
 cmake --build "$BUILD_DIR" --target bench_overhead bench_dewarp bench_engine bench_source fishplayer_fakes \
     fishplayer_demo korvane zeb_algo_fcu
+# The GL renderer's benchmark where the engine is built with it (EGL and GLES headers installed).
+BENCH_GL=0
+if cmake --build "$BUILD_DIR" --target bench_gl > /dev/null 2>&1; then
+    BENCH_GL=1
+fi
 mkdir -p "$DATA"
 
 # The fisheye frames: the scene of scripts/make-sample.sh (test picture under a 30-degree grid,
@@ -207,6 +213,12 @@ if want source; then
     FISHPLAYER_BENCH_CLIP_H264="$DATA/clip_960.h264" FISHPLAYER_BENCH_CLIP_MP4="$DATA/clip_960.mp4" \
         "$BUILD_DIR/bench/bench_source" "${REPEAT[@]}" \
         --benchmark_out="$DATA/source.json" --benchmark_out_format=json > /dev/null
+fi
+
+if [ "$BENCH_GL" = 1 ] && want gl; then
+    echo "run-benchmarks: GL renderer"
+    FISHPLAYER_BENCH_CLIP=build/samples/fisheye_1920.h264 "$BUILD_DIR/bench/bench_gl" "${REPEAT[@]}" \
+        --benchmark_out="$DATA/gl.json" --benchmark_out_format=json > /dev/null
 fi
 
 if want live; then
@@ -595,3 +607,6 @@ print(f"run-benchmarks: wrote {out}")
 PYTHON
 python3 scripts/bench-engine-section.py "$OUT" 1920="$DATA/engine_1920.json,$DATA/chain_1920.txt" \
     3840="$DATA/engine_3840.json,$DATA/chain_3840.txt"
+if [ "$BENCH_GL" = 1 ] && [ -f "$DATA/gl.json" ]; then
+    python3 scripts/bench-gl-section.py "$OUT" "$DATA/gl.json"
+fi

@@ -26,14 +26,17 @@ fi
 export DEBIAN_FRONTEND=noninteractive
 apt-get update -qq
 # mate-backgrounds: the photograph of the demo's scene (scripts/make-sample.sh); xdotool: the
-# viewer's tests drive it with real X input.
+# viewer's tests drive it with real X input; libegl-dev and libgles-dev: the headers the engine's GL
+# renderer is built with; libegl-mesa0, libgles2 and libgl1-mesa-dri: Mesa's EGL and its software
+# rasteriser (llvmpipe), on which the GL tests run without a GPU.
 apt-get install -y -qq --no-install-recommends \
     ca-certificates cmake ninja-build g++ make pkg-config \
     qtbase5-dev qt6-base-dev libgtest-dev libgmock-dev googletest libbenchmark-dev \
     clang-14 clang-format libclang-rt-14-dev libfuzzer-14-dev \
     ffmpeg libavcodec-dev libavformat-dev libavutil-dev libswscale-dev libxcb1-dev libxcb-shm0-dev xvfb \
     gir1.2-gst-rtsp-server-1.0 python3-gi gstreamer1.0-plugins-base gstreamer1.0-plugins-good \
-    gstreamer1.0-plugins-bad xdotool mate-backgrounds >/dev/null
+    gstreamer1.0-plugins-bad xdotool mate-backgrounds \
+    libegl-dev libgles-dev libegl-mesa0 libgles2 libgl1-mesa-dri >/dev/null
 if [ "$BENCHMARKS" = 1 ]; then
     apt-get install -y -qq --no-install-recommends libopencv-imgproc-dev >/dev/null
 fi

@@ -451,7 +451,8 @@ void Viewer::ShowStatus() {
                                  ? QStringLiteral(" | ") + m_qstrSaid
                                  : QString();
     statusBar()->showMessage(
-        QStringLiteral("%1 | %2 %3 x %4 | %9 | latency %5 ms (95%: %6 ms) | %7 reconnection(s) | %8%10")
+        QStringLiteral(
+            "%1 | %2 %3 x %4 | %9 | %11 renderer | latency %5 ms (95%: %6 ms) | %7 reconnection(s) | %8%10")
             .arg(m_tOptions.m_qstrVideo)
             .arg(QString::fromStdString(m_pSource->Info().m_strCodec)) // a reconnection may change it
             .arg(blVideo ? tVideo.m_iWidth : m_tInfo.m_iWidth)
@@ -460,7 +461,7 @@ void Viewer::ShowStatus() {
             .arg(tLatency.m_dP95Ms, 0, 'f', 0)
             .arg(tStatus.m_iReconnects)
             .arg(qstrState)
-            .arg(m_qstrRates, qstrSaid));
+            .arg(m_qstrRates, qstrSaid, QString::fromLatin1(m_tEngine.RendererName())));
 }
 
 void Viewer::RefreshPictures() {

@@ -50,7 +50,7 @@ bool ParseViews(cmdline::Parser& _tParser, const QString& _qstrValue, QStringLis
 void Usage() {
     std::printf(
         "usage: fishviewer [INPUT...] [--mount N] [--views LIST] [--size WxH] [--transport tcp|udp]\n"
-        "                  [--timeout S] [--verbose] [--self-test DIR] [--help]\n"
+        "                  [--timeout S] [--renderer gl|cpu|auto] [--verbose] [--self-test DIR] [--help]\n"
         "  INPUT          fisheye video file or URL: rtsp://, rtsps://, http(s)://, udp://, rtp://,\n"
         "                 MP4, MKV, MOV, TS or raw H.264/H.265/MJPEG (default\n"
         "                 build/samples/fisheye_1920.h264); files play in a loop; up to %d\n"
@@ -63,6 +63,8 @@ void Usage() {
         "  --transport T  RTSP transport: tcp or udp (default tcp)\n"
         "  --timeout S    a network source without data for S seconds (0.5 to 120) is\n"
         "                 reconnected, or fails when opening (default 5)\n"
+        "  --renderer R   who draws the views: gl (OpenGL ES 3 through EGL), cpu, or auto: GL\n"
+        "                 on a GPU, else the CPU (default: KORVANE_RENDERER, else auto)\n"
         "  --verbose      show the library's and Qt's log lines on standard error\n"
         "  --self-test DIR  play a while, drag and zoom PTZ view 0, write screenshots into DIR, quit\n"
         "  --help, -h     this text\n",
@@ -71,12 +73,14 @@ void Usage() {
 
 cmdline::ParseResult ParseOptions(const QStringList& _qlistArgs, Options& _tOptions) {
     cmdline::Parser tParser(QStringLiteral("fishviewer"));
-    const QMap<QString, QString> qmapValued = {{QStringLiteral("--mount"), cmdline::MountChoices()},
-                                               {QStringLiteral("--views"), ViewChoices()},
-                                               {QStringLiteral("--self-test"), QStringLiteral("a folder")},
-                                               {QStringLiteral("--transport"), QStringLiteral("tcp or udp")},
-                                               {QStringLiteral("--size"), QStringLiteral("WIDTHxHEIGHT")},
-                                               {QStringLiteral("--timeout"), cmdline::TimeoutChoices()}};
+    const QMap<QString, QString> qmapValued = {
+        {QStringLiteral("--mount"), cmdline::MountChoices()},
+        {QStringLiteral("--views"), ViewChoices()},
+        {QStringLiteral("--self-test"), QStringLiteral("a folder")},
+        {QStringLiteral("--transport"), QStringLiteral("tcp or udp")},
+        {QStringLiteral("--size"), QStringLiteral("WIDTHxHEIGHT")},
+        {QStringLiteral("--timeout"), cmdline::TimeoutChoices()},
+        {QStringLiteral("--renderer"), cmdline::RendererChoicesText()}};
     for (int i = 0; i < _qlistArgs.size(); ++i) {
         const QString& qstrArg = _qlistArgs[i];
         if (cmdline::IsHelp(qstrArg))
@@ -97,7 +101,9 @@ cmdline::ParseResult ParseOptions(const QStringList& _qlistArgs, Options& _tOpti
             blOk = tParser.Choice(qstrArg, qstrTransport, {QStringLiteral("tcp"), QStringLiteral("udp")});
             _tOptions.m_eTransport = qstrTransport == QLatin1String("udp") ? fishsource::RtspTransport::Udp
                                                                            : fishsource::RtspTransport::Tcp;
-        } else if (qstrArg == QLatin1String("--timeout"))
+        } else if (qstrArg == QLatin1String("--renderer"))
+            blOk = tParser.Renderer(qstrArg, _qlistArgs[++i]);
+        else if (qstrArg == QLatin1String("--timeout"))
             blOk = tParser.Timeout(qstrArg, _qlistArgs[++i], _tOptions.m_iTimeoutMs);
         else if (qstrArg == QLatin1String("--size"))
             blOk = tParser.Size(qstrArg, _qlistArgs[++i], _tOptions.m_iWidth, _tOptions.m_iHeight);

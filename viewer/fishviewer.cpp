@@ -3,15 +3,16 @@
 // views are painted from the main window's picture (an off-screen surface of the open engine),
 // with the PTZ views' outlines drawn over the fisheye.
 //
-//   fishviewer [INPUT...] [--mount N] [--views LIST] [--size WxH] [--transport tcp|udp] [--self-test DIR]
+//   fishviewer [INPUT...] [--mount N] [--views LIST] [--size WxH] [--transport tcp|udp] [--renderer R]
+//              [--self-test DIR]
 //
 // INPUT is any file or URL the source component opens (rtsp://, http://, udp://, MP4, MKV, TS, raw
 // H.264/H.265/MJPEG); File > Open file and File > Open URL choose another. Files play in a loop.
 // Up to four inputs play at once, each a camera with its own player, views, menus, status bar
 // and settings, in a grid of cameras in one window (--mount and --views apply to each).
-// The status bar shows the source, its codec and picture size, the latency from a packet's
-// arrival to its picture shown, and reconnections; a source that fails shows its message in
-// place of the views.
+// The status bar shows the source, its codec and picture size, which renderer draws the engine's
+// views (GL or CPU, --renderer), the latency from a packet's arrival to its picture shown, and
+// reconnections; a source that fails shows its message in place of the views.
 // LIST is a comma-separated choice of source, fisheye, 360, 180, lat and ptzN (N PTZ views), for
 // example "fisheye,360,ptz4". Mouse: drag in a PTZ view moves it, the wheel zooms it, the arrow
 // keys and +/- send PTZ commands to it; drag an outline on the fisheye view; drag a panorama to

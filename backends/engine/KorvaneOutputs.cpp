@@ -1,6 +1,7 @@
 // The engine's capture, information and surface exports, and those it does not provide.
 #include "EngineState.h"
 #include "ImageFiles.h"
+#include "RendererChoice.h"
 
 #include <cctype>
 #include <cstring>
@@ -151,6 +152,10 @@ KW_EXPORT int KW_Ext_SaveSurfacePng(void* _hSurface, const char* _pcPath) {
     std::vector<std::uint8_t> vecCopy;
     pTarget->Read([&vecCopy](const std::vector<std::uint8_t>& _vecRgb, int) { vecCopy = _vecRgb; });
     return WritePng(_pcPath, vecCopy.data(), pTarget->Width(), pTarget->Height());
+}
+
+KW_EXPORT int KW_Ext_GetRenderer(void) {
+    return CurrentRenderer();
 }
 
 // ---- Exports this engine does not provide ----

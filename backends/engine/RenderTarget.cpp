@@ -13,6 +13,12 @@ int BytesPerPixel(n_PixelFormat _eFormat) {
 
 bool CLS_RenderTarget::DrawView(const Frame& _tFrame, const ViewParams& _tParams,
                                 CLS_ViewRenderer& _renderer) {
+    {
+        std::lock_guard<std::mutex> lock(m_drawMutex);
+        STRUCT_NativeWindow tWindow;
+        if (NativeWindow(&tWindow) && _renderer.RenderToWindow(_tFrame, _tParams, tWindow))
+            return true;
+    }
     return Draw([&](const STRUCT_TargetBuffer& _tBuffer) { _renderer.Render(_tFrame, _tParams, _tBuffer); });
 }
 

@@ -34,11 +34,23 @@ struct STRUCT_TargetBuffer {
     n_PixelFormat m_eFormat = n_PixelFormat::Rgb24;
 };
 
+// An X11 window that a renderer may draw into by itself (a GL window surface) rather than through a
+// buffer: the engine's XCB connection (an xcb_connection_t) and screen, the window and its size.
+// *m_ppGlSurface is the target's slot for the renderer's surface of the window, which lives as long
+// as the target.
+struct STRUCT_NativeWindow {
+    void* m_pXcb = nullptr;
+    int m_iScreen = 0;
+    std::uint32_t m_uWindow = 0;
+    int m_iWidth = 0;
+    int m_iHeight = 0;
+    std::shared_ptr<void>* m_ppGlSurface = nullptr;
+};
+
 // One output. Draw() serialises pictures on the target (several players may show into one window),
 // acquires a buffer of the target's current size, lets the caller fill it and presents it.
-// DrawView() is how the engine shows a view: by default the renderer fills the buffer; a target
-// that renders by itself (a GL window: the decoded planes uploaded, the view's parameters handed
-// to a shader) overrides it and never hands out a buffer.
+// DrawView() is how the engine shows a view: the renderer draws into the target's native window
+// where both can (GL into an X11 window's surface), else it fills the buffer the target hands out.
 class CLS_RenderTarget {
 public:
     virtual ~CLS_RenderTarget() = default;
@@ -65,6 +77,10 @@ protected:
     // Both run with the draw lock held.
     virtual bool Acquire(STRUCT_TargetBuffer* _ptBuffer) = 0;
     virtual void Present() = 0;
+    // The native window behind the target, where a renderer may draw into it by itself; false for
+    // targets that are no window (the default) or a window that cannot show anything now. Runs
+    // with the draw lock held.
+    virtual bool NativeWindow(STRUCT_NativeWindow*) { return false; }
     // Held by Draw; a target that is also read from outside (a surface) reads under it too.
     std::mutex m_drawMutex;
 };

@@ -103,6 +103,21 @@ fisheye::n_Mount DewarpMount(int _iMountMode) {
 
 } // namespace
 
+fisheye::STRUCT_ViewParams DewarpParams(const ViewParams& _tParams, int _iWidth, int _iHeight) {
+    fisheye::STRUCT_ViewParams tView;
+    tView.m_eKind = DewarpKind(_tParams.m_iKind);
+    tView.m_eMount = DewarpMount(_tParams.m_iMountMode);
+    tView.m_tArea = {_tParams.m_iAreaLeft / 10000.0, _tParams.m_iAreaRight / 10000.0,
+                     _tParams.m_iAreaTop / 10000.0, _tParams.m_iAreaBottom / 10000.0};
+    tView.m_iPtzX = _tParams.m_iPtzX;
+    tView.m_iPtzY = _tParams.m_iPtzY;
+    tView.m_iPtzZoom = _tParams.m_iPtzZoom;
+    tView.m_dRotation = _tParams.m_fRotateAngle;
+    tView.m_iWidth = _iWidth;
+    tView.m_iHeight = _iHeight;
+    return tView;
+}
+
 struct CLS_DewarpRenderer::STRUCT_Table {
     fisheye::CLS_RemapTable m_table;
 };
@@ -113,17 +128,7 @@ CLS_DewarpRenderer::~CLS_DewarpRenderer() = default;
 
 void CLS_DewarpRenderer::Render(const Frame& _tSrc, const ViewParams& _tParams,
                                 const STRUCT_TargetBuffer& _tDst) {
-    fisheye::STRUCT_ViewParams tView;
-    tView.m_eKind = DewarpKind(_tParams.m_iKind);
-    tView.m_eMount = DewarpMount(_tParams.m_iMountMode);
-    tView.m_tArea = {_tParams.m_iAreaLeft / 10000.0, _tParams.m_iAreaRight / 10000.0,
-                     _tParams.m_iAreaTop / 10000.0, _tParams.m_iAreaBottom / 10000.0};
-    tView.m_iPtzX = _tParams.m_iPtzX;
-    tView.m_iPtzY = _tParams.m_iPtzY;
-    tView.m_iPtzZoom = _tParams.m_iPtzZoom;
-    tView.m_dRotation = _tParams.m_fRotateAngle;
-    tView.m_iWidth = _tDst.m_iWidth;
-    tView.m_iHeight = _tDst.m_iHeight;
+    const fisheye::STRUCT_ViewParams tView = DewarpParams(_tParams, _tDst.m_iWidth, _tDst.m_iHeight);
     if (_tSrc.HasPlanes()) {
         const fisheye::n_PixelOrder eOrder = n_PixelFormat::Bgrx32 == _tDst.m_eFormat
                                                  ? fisheye::n_PixelOrder::Bgrx32
@@ -168,10 +173,6 @@ void CLS_DewarpRenderer::Render(const Frame& _tSrc, const ViewParams& _tParams,
             StorePixel(pcRow + static_cast<size_t>(x) * 3, _tDst.m_eFormat,
                        pcDstRow + static_cast<size_t>(x) * uPixel);
     }
-}
-
-std::unique_ptr<CLS_ViewRenderer> CreateViewRenderer(int) {
-    return std::make_unique<CLS_DewarpRenderer>();
 }
 
 } // namespace korvane

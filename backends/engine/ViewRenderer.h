@@ -59,6 +59,9 @@ public:
     virtual ~CLS_ViewRenderer() = default;
     // Fills the whole of _tDst, in its pixel format, from _tSrc (both non-empty).
     virtual void Render(const Frame& _tSrc, const ViewParams& _tParams, const STRUCT_TargetBuffer& _tDst) = 0;
+    // Draws the view straight into the window _tWindow and shows it; false (nothing shown) when this
+    // renderer does not or cannot, and the engine then calls Render with the window's buffer.
+    virtual bool RenderToWindow(const Frame&, const ViewParams&, const STRUCT_NativeWindow&) { return false; }
 };
 
 // The first renderer: the source picture scaled to the target (nearest pixel), for every kind; also
@@ -86,7 +89,11 @@ private:
     std::vector<std::uint8_t> m_vecRgb;
 };
 
-// The renderer that the engine gives a new view of kind _iKind: the dewarping one.
+// The view's parameters for the dewarping of an output of _iWidth x _iHeight pixels.
+fisheye::STRUCT_ViewParams DewarpParams(const ViewParams& _tParams, int _iWidth, int _iHeight);
+
+// The renderer that the engine gives a new view of kind _iKind: the one KORVANE_RENDERER selects
+// (RendererChoice.h), the dewarping one or the GL one.
 std::unique_ptr<CLS_ViewRenderer> CreateViewRenderer(int _iKind);
 
 } // namespace korvane

@@ -29,6 +29,7 @@ class CLS_X11Target;
 // geometry and liveness are read and written under m_mutex, by whichever thread reads the events.
 struct Connection {
     xcb_connection_t* m_pConnection = nullptr;
+    int m_iScreen = 0; // the screen DISPLAY names
     size_t m_uMaxRequestBytes = 0;
     bool m_blShm = false;
     std::mutex m_mutex;
@@ -82,12 +83,14 @@ Connection* Open() {
         Connection* pConnection = new Connection;
         if (!std::getenv("DISPLAY"))
             return pConnection;
-        xcb_connection_t* pXcb = xcb_connect(nullptr, nullptr);
+        int iScreen = 0;
+        xcb_connection_t* pXcb = xcb_connect(nullptr, &iScreen);
         if (xcb_connection_has_error(pXcb) || !HasPlainLayout(xcb_get_setup(pXcb))) {
             xcb_disconnect(pXcb);
             return pConnection;
         }
         pConnection->m_pConnection = pXcb;
+        pConnection->m_iScreen = iScreen;
         pConnection->m_uMaxRequestBytes = static_cast<size_t>(xcb_get_maximum_request_length(pXcb)) * 4;
         pConnection->m_blShm = HasShm(pXcb) && !std::getenv("KORVANE_NO_XSHM");
         return pConnection;
@@ -108,6 +111,7 @@ public:
     }
 
     ~CLS_X11Target() override {
+        m_pGlSurface.reset(); // before the window's other resources; needs no lock of the engine's
         std::lock_guard<std::mutex> lock(m_tConnection.m_mutex);
         ReleaseBuffer();
         xcb_free_gc(m_tConnection.m_pConnection, m_uGc);
@@ -149,6 +153,20 @@ public:
     }
 
 protected:
+    bool NativeWindow(STRUCT_NativeWindow* _ptWindow) override {
+        std::lock_guard<std::mutex> lock(m_tConnection.m_mutex);
+        ReadEvents(m_tConnection);
+        if (!m_blAlive || m_iWidth < 1 || m_iHeight < 1)
+            return false;
+        *_ptWindow = {m_tConnection.m_pConnection,
+                      m_tConnection.m_iScreen,
+                      m_uWindow,
+                      m_iWidth,
+                      m_iHeight,
+                      &m_pGlSurface};
+        return true;
+    }
+
     bool Acquire(STRUCT_TargetBuffer* _ptBuffer) override {
         std::lock_guard<std::mutex> lock(m_tConnection.m_mutex);
         ReadEvents(m_tConnection);
@@ -283,6 +301,7 @@ private:
     int m_iHeight;
     bool m_blAlive = true;
     // Drawing only (the draw lock).
+    std::shared_ptr<void> m_pGlSurface; // a GL renderer's surface of the window
     int m_iBufferWidth = 0;
     int m_iBufferHeight = 0;
     std::uint8_t* m_pcPixels = nullptr;

@@ -21,6 +21,10 @@
 //   but nothing is rendered into it.
 // - Threads: every export may be called from any thread. Each player decodes on a thread of its
 //   own; user data and correction callbacks are called on that thread.
+// - Renderers: views are drawn by the CPU renderer or with OpenGL ES 3 through EGL, as the
+//   environment variable KORVANE_RENDERER (gl, cpu or auto, the default) selects; see
+//   KW_Ext_GetRenderer. Trouble the engine works around (a bad value, a GL failure, after which
+//   the view is drawn by the CPU renderer) is written once to standard error as "Korvane: ...".
 // - FFmpeg's log level is set to fatal errors only when the first player is created, so that
 //   corrupt streams do not flood the host's standard error.
 #ifndef KORVANE_H

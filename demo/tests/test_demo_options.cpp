@@ -18,7 +18,7 @@ TEST(DemoOptions, HelpListsEveryOptionAndExitsZero) {
         EXPECT_EQ(tResult.m_iExit, 0) << pcHelp;
         EXPECT_TRUE(tResult.m_strErr.empty()) << tResult.m_strErr;
         for (const char* pcOption : {"--out", "--size", "--mount", "--sheet-width", "--scale", "--transport",
-                                     "--timeout", "--fast", "--step-seconds", "--help"})
+                                     "--timeout", "--fast", "--step-seconds", "--renderer", "--help"})
             EXPECT_TRUE(tResult.m_strOut.find(pcOption) != std::string::npos) << pcOption << " missing from\n"
                                                                               << tResult.m_strOut;
         EXPECT_TRUE(tResult.m_strOut.find("1 (wall), 2 (ceiling) or 3 (floor)") != std::string::npos);
@@ -53,6 +53,9 @@ TEST(DemoOptions, BadOptionsExitTwoWithOneLineNamingTheOptionAndItsValues) {
          "fishplayer_demo: --sheet-width '100' refused: a whole number from 320 to 8192\n"},
         {{QStringLiteral("--transport"), QStringLiteral("sctp")},
          "fishplayer_demo: --transport 'sctp' refused: one of tcp, udp\n"},
+        {{QStringLiteral("--renderer"), QStringLiteral("GL")},
+         "fishplayer_demo: --renderer 'GL' refused: one of gl, cpu, auto\n"},
+        {{QStringLiteral("--renderer")}, "fishplayer_demo: --renderer needs a value: one of gl, cpu, auto\n"},
         {{QStringLiteral("--timeout"), QStringLiteral("0")},
          "fishplayer_demo: --timeout '0' refused: a number from 0.5 to 120\n"},
         {{QStringLiteral("--step-seconds"), QStringLiteral("x")},

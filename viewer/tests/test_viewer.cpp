@@ -133,21 +133,27 @@ TEST(ViewerUnderXvfb, ShowsWhatItPlaysOnTheStatusBar) {
                    QStringLiteral("yuv420p"), qstrClip});
     ASSERT_TRUE(qFfmpeg.waitForFinished(60000));
     ASSERT_EQ(qFfmpeg.exitCode(), 0) << qFfmpeg.readAllStandardError().toStdString();
-    QProcess qViewer;
-    const XServer tServer(QStringLiteral("1280x800x24"));
-    ASSERT_FALSE(tServer.Display().isEmpty()) << "Xvfb did not start";
-    qViewer.setProcessEnvironment(tServer.Environment());
-    qViewer.start(QStringLiteral(FISHVIEWER_PATH), {qstrClip, QStringLiteral("--self-test"), qDir.path()});
-    ASSERT_TRUE(qViewer.waitForFinished(60000));
-    const std::string strOutput = qViewer.readAllStandardOutput().toStdString();
-    ASSERT_EQ(qViewer.exitCode(), 0) << strOutput;
-    // The picture size is the stream's own (4:3), the latency measured, the source playing.
-    const QRegularExpression qre(
-        QStringLiteral("after: status %1 \\| h264 320 x 240 \\| [0-9.]+ decoded/s, [0-9.]+ shown/s, [0-9]+ "
-                       "dropped \\| latency [0-9]+ ms \\(95%: [0-9]+ ms\\) \\| 0 "
-                       "reconnection\\(s\\) \\| playing\n")
-            .arg(QRegularExpression::escape(qstrClip)));
-    EXPECT_TRUE(qre.match(QString::fromStdString(strOutput)).hasMatch()) << strOutput;
+    // Each renderer says itself; GL draws the views (X11 windows) through Mesa where there is no GPU.
+    for (const char* pcRenderer : {"cpu", "gl"}) {
+        QProcess qViewer;
+        const XServer tServer(QStringLiteral("1280x800x24"));
+        ASSERT_FALSE(tServer.Display().isEmpty()) << "Xvfb did not start";
+        qViewer.setProcessEnvironment(tServer.Environment());
+        qViewer.start(QStringLiteral(FISHVIEWER_PATH),
+                      {qstrClip, QStringLiteral("--renderer"), QString::fromLatin1(pcRenderer),
+                       QStringLiteral("--self-test"), qDir.path()});
+        ASSERT_TRUE(qViewer.waitForFinished(60000));
+        const std::string strOutput = qViewer.readAllStandardOutput().toStdString();
+        ASSERT_EQ(qViewer.exitCode(), 0) << strOutput;
+        // The picture size is the stream's own (4:3), the latency measured, the source playing.
+        const QRegularExpression qre(
+            QStringLiteral(
+                "after: status %1 \\| h264 320 x 240 \\| [0-9.]+ decoded/s, [0-9.]+ shown/s, [0-9]+ "
+                "dropped \\| %2 renderer \\| latency [0-9]+ ms \\(95%: [0-9]+ ms\\) \\| 0 "
+                "reconnection\\(s\\) \\| playing\n")
+                .arg(QRegularExpression::escape(qstrClip), QString::fromLatin1(pcRenderer).toUpper()));
+        EXPECT_TRUE(qre.match(QString::fromStdString(strOutput)).hasMatch()) << strOutput;
+    }
 }
 
 TEST(ViewerUnderXvfb, ShowsWhyASourceFailedInPlaceOfTheViews) {
@@ -273,8 +279,8 @@ TEST(ViewerOptions, HelpListsEveryOptionAndExitsZero) {
     const ProgramRun tRun = RunViewer({QStringLiteral("--help")});
     EXPECT_EQ(tRun.m_iExit, 0);
     EXPECT_EQ(tRun.m_strErr, "");
-    for (const char* pcOption :
-         {"--mount", "--views", "--size", "--transport", "--timeout", "--verbose", "--self-test", "--help"})
+    for (const char* pcOption : {"--mount", "--views", "--size", "--transport", "--timeout", "--renderer",
+                                 "--verbose", "--self-test", "--help"})
         EXPECT_NE(tRun.m_strOut.find(pcOption), std::string::npos) << pcOption << " missing from\n"
                                                                    << tRun.m_strOut;
 }
@@ -311,6 +317,9 @@ TEST(ViewerOptions, BadOptionsExitTwoWithOneLineNamingTheOptionAndItsValues) {
         {{QStringLiteral("--timeout"), QStringLiteral("nan")},
          "fishviewer: --timeout 'nan' refused: a number from 0.5 to 120\n"},
         {{QStringLiteral("--timeout")}, "fishviewer: --timeout needs a value: seconds, 0.5 to 120\n"},
+        {{QStringLiteral("--renderer"), QStringLiteral("vulkan")},
+         "fishviewer: --renderer 'vulkan' refused: one of gl, cpu, auto\n"},
+        {{QStringLiteral("--renderer")}, "fishviewer: --renderer needs a value: one of gl, cpu, auto\n"},
         {{QStringLiteral("--zoom")}, "fishviewer: unknown option --zoom (--help lists the options)\n"},
         {{QStringLiteral("--views")}, "fishviewer: --views needs a value: " + strViews},
         {{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("d"),

@@ -78,12 +78,14 @@ protected:
                           static_cast<std::uint16_t>(_iWidth), static_cast<std::uint16_t>(_iHeight), 0,
                           XCB_WINDOW_CLASS_INPUT_OUTPUT, pScreen->root_visual, 0, nullptr);
         xcb_map_window(m_pXcb, uWindow);
-        xcb_flush(m_pXcb);
+        // Mapped before the engine's connection draws: what reaches an unmapped window is lost.
+        Sync();
         return uWindow;
     }
 
-    // Bright pixels of the window's contents, or of the rectangle from (_iX, _iY) of that size.
-    size_t Bright(xcb_window_t _uWindow, int _iWidth, int _iHeight, int _iX = 0, int _iY = 0) {
+    // The window's contents, or the rectangle from (_iX, _iY) of that size, as RGB.
+    std::vector<std::uint8_t> Pixels(xcb_window_t _uWindow, int _iWidth, int _iHeight, int _iX = 0,
+                                     int _iY = 0) {
         xcb_get_image_reply_t* pImage = xcb_get_image_reply(
             m_pXcb,
             xcb_get_image(m_pXcb, XCB_IMAGE_FORMAT_Z_PIXMAP, _uWindow, static_cast<std::int16_t>(_iX),
@@ -92,15 +94,20 @@ protected:
             nullptr);
         EXPECT_NE(pImage, nullptr);
         if (!pImage)
-            return 0;
+            return {};
         const std::uint8_t* pcData = xcb_get_image_data(pImage);
         const int iLength = xcb_get_image_data_length(pImage);
         EXPECT_EQ(iLength, _iWidth * _iHeight * 4);
-        size_t uBright = 0;
-        for (int i = 0; i + 3 < iLength; i += 4)
-            uBright += (pcData[i] + pcData[i + 1] + pcData[i + 2] > 300) ? 1 : 0;
+        std::vector<std::uint8_t> vecRgb;
+        for (int i = 0; i + 3 < iLength; i += 4) // BGRX
+            vecRgb.insert(vecRgb.end(), {pcData[i + 2], pcData[i + 1], pcData[i]});
         std::free(pImage);
-        return uBright;
+        return vecRgb;
+    }
+
+    // Bright pixels of the window's contents, or of the rectangle from (_iX, _iY) of that size.
+    size_t Bright(xcb_window_t _uWindow, int _iWidth, int _iHeight, int _iX = 0, int _iY = 0) {
+        return BrightPixels(Pixels(_uWindow, _iWidth, _iHeight, _iX, _iY));
     }
 
     // Waits until the server has handled every request sent so far.
@@ -127,6 +134,30 @@ TEST_F(EngineX11, TheMainWindowAndAViewShowThePicture) {
     ASSERT_GE(WaitFrames(iId, 5), 5);
     EXPECT_GT(Bright(uMain, 160, 120), 160u * 120u / 10);
     EXPECT_GT(Bright(uView, 90, 70), 90u * 70u / 10);
+}
+
+TEST_F(EngineX11, AViewShowsTheSamePictureInAWindowAsInASurface) {
+    // The same 360 panorama (whose bar moves with the pictures) into a window and into a surface,
+    // each drawn its own way (GL: a window surface, rows from the bottom, against a read-back).
+    const xcb_window_t uWindow = Window(96, 64);
+    void* hSurface = NewSurface(96, 64);
+    const int iId = NewPlayer();
+    Bytes tInWindow = SetupRecord(KW_CORRECT_360, Handle(uWindow));
+    Bytes tInSurface = SetupRecord(KW_CORRECT_360, hSurface);
+    ASSERT_GE(KW_CreateFishEyeCorrect(iId, tInWindow.Data(), 88), 0);
+    ASSERT_GE(KW_CreateFishEyeCorrect(iId, tInSurface.Data(), 88), 0);
+    std::vector<std::uint8_t> vecStream = MakeStream("libx264", TEST_WIDTH, TEST_HEIGHT, 6, TEST_DISC);
+    Feed(iId, vecStream);
+    ASSERT_GE(WaitFrames(iId, 5), 5);
+    WaitIdle(iId);
+    const std::vector<std::uint8_t> vecWindow = Pixels(uWindow, 96, 64);
+    const std::vector<std::uint8_t> vecSurface = Read(hSurface);
+    ASSERT_EQ(vecWindow.size(), vecSurface.size());
+    EXPECT_GT(BrightPixels(vecSurface), 96u * 64u / 10);
+    size_t uDiffering = 0;
+    for (size_t i = 0; i < vecWindow.size(); ++i)
+        uDiffering += std::abs(vecWindow[i] - vecSurface[i]) > 2 ? 1 : 0;
+    EXPECT_EQ(uDiffering, 0u);
 }
 
 TEST_F(EngineX11, HandlesThatAreNoWindowsRenderNowhere) {
