@@ -54,6 +54,27 @@ bool CLS_GlThread::MakeCurrent() {
            m_gl.eglMakeCurrent(m_display, EGL_NO_SURFACE, EGL_NO_SURFACE, m_context);
 }
 
+namespace {
+
+// A compiler's or linker's log on one line: its lines joined with " / ", no trailing break.
+std::string OneLine(const char* _pcLog) {
+    std::string strLine;
+    bool blBreak = false;
+    for (const char* pc = _pcLog; *pc; ++pc) {
+        if (*pc == '\n' || *pc == '\r') {
+            blBreak = !strLine.empty();
+            continue;
+        }
+        if (blBreak)
+            strLine += " / ";
+        blBreak = false;
+        strLine += *pc;
+    }
+    return strLine;
+}
+
+} // namespace
+
 std::string CLS_GlThread::Error(const char* _pcWhile) {
     const GLenum eError = m_gl.glGetError();
     return eError == GL_NO_ERROR ? std::string() : "GL error " + GlHex(eError) + " while " + _pcWhile;
@@ -93,7 +114,7 @@ bool CLS_GlThread::Init(std::string* _pstrWhy) {
     if (iLinked != GL_TRUE) {
         char acLog[512] = {};
         m_gl.glGetProgramInfoLog(m_uProgram, sizeof(acLog), nullptr, acLog);
-        *_pstrWhy = std::string("the shader program does not link: ") + acLog;
+        *_pstrWhy = "the shader program does not link: " + OneLine(acLog);
         return false;
     }
     m_gl.glUseProgram(m_uProgram);
@@ -120,7 +141,7 @@ GLuint CLS_GlThread::Compile(GLenum _eKind, const char* _pcSource, std::string* 
     char acLog[512] = {};
     m_gl.glGetShaderInfoLog(uShader, sizeof(acLog), nullptr, acLog);
     *_pstrWhy = std::string(GL_VERTEX_SHADER == _eKind ? "the vertex" : "the fragment") +
-                " shader does not compile: " + acLog;
+                " shader does not compile: " + OneLine(acLog);
     m_gl.glDeleteShader(uShader);
     return 0;
 }

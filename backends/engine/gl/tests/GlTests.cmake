@@ -5,6 +5,9 @@ set(KORVANE_GL_TESTS_DIR ${CMAKE_CURRENT_LIST_DIR})
 add_executable(test_gl ${KORVANE_GL_TESTS_DIR}/test_gl.cpp)
 target_include_directories(test_gl PRIVATE ${KORVANE_GL_TESTS_DIR})
 target_link_libraries(test_gl PRIVATE korvane_core korvane_test_streams GTest::gtest GTest::gtest_main)
+add_executable(test_gl_faults ${KORVANE_GL_TESTS_DIR}/test_gl_faults.cpp)
+target_include_directories(test_gl_faults PRIVATE ${KORVANE_GL_TESTS_DIR})
+target_link_libraries(test_gl_faults PRIVATE korvane_core GTest::gtest GTest::gtest_main)
 
 # llvmpipe's own threads are not instrumented: draw on the calling thread.
 set(KORVANE_GL_ENV "LP_NUM_THREADS=0")
@@ -25,6 +28,13 @@ endfunction()
 
 korvane_gl_test(gl.renderer "GlGeometry.*:GlRenderer.*")
 korvane_gl_test(gl.fallback "GlFallback.*" "__EGL_VENDOR_LIBRARY_FILENAMES=/nonexistent" "KORVANE_RENDERER=gl")
+# GL failures brought about in the process's EGL/OpenGL ES table, one process each.
+foreach(fault "shader:AShaderThatDoesNot*" "context:NoContext*" "lost:AContextLost*")
+    string(REPLACE ":" ";" fault "${fault}")
+    list(GET fault 0 name)
+    list(GET fault 1 filter)
+    korvane_gl_program_test(gl.fault.${name} test_gl_faults "GlFault.${filter}")
+endforeach()
 korvane_gl_test(gl.choice.bad "GlChoice.ABadValue*" "KORVANE_RENDERER=vulkan")
 korvane_gl_test(gl.choice.cpu "GlChoice.Cpu*" "KORVANE_RENDERER=cpu")
 korvane_gl_test(gl.choice.gl "GlChoice.Gl*" "KORVANE_RENDERER=gl")
