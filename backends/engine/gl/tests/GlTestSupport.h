@@ -17,6 +17,23 @@
 
 namespace gltest {
 
+// Small views: what is checked is every pixel's geometry and colour, not throughput.
+constexpr int VIEW_WIDTH = 96;
+constexpr int VIEW_HEIGHT = 64;
+// What GL's pictures must reach against the CPU renderer's.
+constexpr double MIN_PSNR = 40.0;
+
+// View _tParams of _tFrame as the CPU renderer draws it.
+inline std::vector<std::uint8_t> RenderCpu(const korvane::Frame& _tFrame, const korvane::ViewParams& _tParams,
+                                           korvane::n_PixelFormat _eFormat, int _iWidth = VIEW_WIDTH,
+                                           int _iHeight = VIEW_HEIGHT) {
+    const int iBytes = korvane::BytesPerPixel(_eFormat);
+    std::vector<std::uint8_t> vec(static_cast<size_t>(_iWidth) * _iHeight * iBytes, 7);
+    korvane::CLS_DewarpRenderer().Render(_tFrame, _tParams,
+                                         {vec.data(), _iWidth, _iHeight, _iWidth * iBytes, _eFormat});
+    return vec;
+}
+
 // A smooth picture (low-frequency waves, so that the CPU renderer's chroma at half resolution and
 // the shader's per-pixel chroma agree) in _eLayout, rows padded to a stride wider than a row.
 inline korvane::Frame MakePicture(fisheye::n_YuvLayout _eLayout, int _iWidth, int _iHeight,

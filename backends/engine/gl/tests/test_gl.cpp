@@ -17,24 +17,11 @@
 #include <utility>
 
 using namespace korvane;
-using gltest::MakePicture;
-using gltest::Psnr;
+using namespace gltest;
 
 namespace {
 
-// Small views: what is checked is every pixel's geometry and colour, not throughput.
-constexpr int VIEW_WIDTH = 96;
-constexpr int VIEW_HEIGHT = 64;
-constexpr double MIN_PSNR = 40.0;
 constexpr std::uint32_t NOTHING_SHOWN = 65535;
-
-std::vector<std::uint8_t> RenderCpu(const Frame& _tFrame, const ViewParams& _tParams, n_PixelFormat _eFormat,
-                                    int _iWidth = VIEW_WIDTH, int _iHeight = VIEW_HEIGHT) {
-    std::vector<std::uint8_t> vec(static_cast<size_t>(_iWidth) * _iHeight * BytesPerPixel(_eFormat), 7);
-    CLS_DewarpRenderer().Render(_tFrame, _tParams,
-                                {vec.data(), _iWidth, _iHeight, _iWidth * BytesPerPixel(_eFormat), _eFormat});
-    return vec;
-}
 
 // The view drawn by GL (an empty result when GL did not draw it, with the reason in *_pstrWhy).
 std::vector<std::uint8_t> RenderGl(const Frame& _tFrame, const ViewParams& _tParams, n_PixelFormat _eFormat,
