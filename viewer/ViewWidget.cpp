@@ -5,10 +5,12 @@
 #include "Viewer.h"
 #include "ViewerOptions.h"
 
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
+#include <QScreen>
 #include <QWheelEvent>
 
 #include <algorithm>
@@ -23,6 +25,12 @@ const QColor PTZ_COLORS[MAX_PTZ_VIEWS] = {QColor(255, 64, 64), QColor(64, 220, 6
                                           QColor(255, 210, 40)};
 
 } // namespace
+
+QPixmap ScreenOf(const QWidget& _widget) {
+    const QPoint qptOrigin = _widget.mapToGlobal(QPoint(0, 0));
+    return QGuiApplication::primaryScreen()->grabWindow(0, qptOrigin.x(), qptOrigin.y(), _widget.width(),
+                                                        _widget.height());
+}
 
 void ViewWidget::paintEvent(QPaintEvent*) {
     if (IsEngineView()) // the engine paints it

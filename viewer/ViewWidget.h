@@ -6,6 +6,7 @@
 
 #include <QEvent>
 #include <QLabel>
+#include <QPixmap>
 #include <QPoint>
 #include <QString>
 #include <QWidget>
@@ -13,6 +14,10 @@
 namespace fishviewer {
 
 class Viewer;
+
+// What the screen shows of _widget: the engine paints its views into native windows of its own, so
+// only the screen, not the widget, holds their pictures (snapshots, the self-tests).
+QPixmap ScreenOf(const QWidget& _widget);
 
 // One view in the grid. Engine views are native windows that the engine paints; the source and
 // fisheye views are painted here from the main picture.

@@ -303,7 +303,6 @@ void Viewer::Close() {
     m_hMain = nullptr;
     m_vecViews.clear();
     m_qimgMain = QImage();
-    m_qstrFailure.clear();
     delete takeCentralWidget();
 }
 
@@ -329,10 +328,7 @@ void Viewer::StoreLayout() const {
 }
 
 void Viewer::Snapshot(QWidget* _pView, const QString& _qstrName) {
-    QWidget* pWidget = _pView ? _pView : centralWidget();
-    const QPoint qptOrigin = pWidget->mapToGlobal(QPoint(0, 0));
-    const QPixmap qpix = QGuiApplication::primaryScreen()->grabWindow(0, qptOrigin.x(), qptOrigin.y(),
-                                                                      pWidget->width(), pWidget->height());
+    const QPixmap qpix = ScreenOf(_pView ? *_pView : *centralWidget());
     const QString qstrPath = QDir::current().absoluteFilePath(
         QStringLiteral("fishviewer-%1-%2.png")
             .arg(_qstrName, QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-hhmmss-zzz"))));
@@ -380,7 +376,6 @@ double Viewer::AspectOf(const ViewWidget& _tView) const {
 
 bool Viewer::Fail(const QString& _qstrMessage) {
     Close();
-    m_qstrFailure = _qstrMessage;
     ShowMessage(QStringLiteral("failure"), _qstrMessage);
     statusBar()->showMessage(QStringLiteral("failed: %1").arg(_qstrMessage));
     std::fprintf(stderr, "fishviewer: %s\n", qPrintable(_qstrMessage));

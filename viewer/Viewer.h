@@ -43,9 +43,6 @@ public:
 
     void OpenInput(const QString& _qstrInput);
 
-    // The message of a source that failed, "" while it plays.
-    const QString& Failure() const { return m_qstrFailure; }
-
     // (Re)creates the source, the grid and the player for the current input, mount and view set.
     // The source opens on a worker while the window says so and keeps answering; then the views
     // show, or the source's message stands in their place.
@@ -175,7 +172,6 @@ private:
     std::vector<PtzPlace> m_vecPlacesToRestore; // once the opening in progress shows its views
     std::function<void(bool)> m_pfSettled;
     fishsource::StreamInfo m_tInfo;
-    QString m_qstrFailure;
     QString m_qstrBanner;
     int m_iHeaderWidth = 0;
     int m_iHeaderHeight = 0;

@@ -51,11 +51,8 @@ void OnQtMessage(QtMsgType _eType, const QMessageLogContext&, const QString& _qs
 void SelfTest(Viewer* _pViewer, const QString& _qstrDir) {
     QDir().mkpath(_qstrDir);
     auto Shot = [_pViewer, _qstrDir](const char* _pcName) {
-        const QPoint qptOrigin = _pViewer->centralWidget()->mapToGlobal(QPoint(0, 0));
-        const QPixmap qpix = QGuiApplication::primaryScreen()->grabWindow(
-            0, qptOrigin.x(), qptOrigin.y(), _pViewer->centralWidget()->width(),
-            _pViewer->centralWidget()->height());
-        qpix.save(QStringLiteral("%1/%2.png").arg(_qstrDir, QLatin1String(_pcName)));
+        ScreenOf(*_pViewer->centralWidget())
+            .save(QStringLiteral("%1/%2.png").arg(_qstrDir, QLatin1String(_pcName)));
         const QPointF qptCentre = OutlineCentre(_pViewer->Overlay(), 0);
         std::printf("%s: outline of ptz0 at %.4f %.4f\n", _pcName, qptCentre.x(), qptCentre.y());
         std::printf("%s: status %s\n", _pcName, qPrintable(_pViewer->statusBar()->currentMessage()));
@@ -133,10 +130,7 @@ int RunCameras(const Options& _tOptions) {
             for (int i = 0; i < iCount; ++i) {
                 Viewer* pViewer = vecViewers[static_cast<size_t>(i)];
                 QWidget* pView = pViewer->View(pViewer->Views().value(0));
-                QWidget* pShot = pView ? pView : pViewer->centralWidget();
-                const QPoint qptOrigin = pShot->mapToGlobal(QPoint(0, 0));
-                QGuiApplication::primaryScreen()
-                    ->grabWindow(0, qptOrigin.x(), qptOrigin.y(), pShot->width(), pShot->height())
+                ScreenOf(pView ? *pView : *pViewer->centralWidget())
                     .save(QStringLiteral("%1/camera%2.png").arg(_tOptions.m_qstrSelfTest).arg(i));
                 std::printf("camera %d: status %s\n", i, qPrintable(pViewer->statusBar()->currentMessage()));
             }
@@ -171,10 +165,7 @@ int main(int _iArgc, char** _ppcArgv) {
     if (!tOptions.m_qstrSelfTest.isEmpty()) {
         QDir().mkpath(tOptions.m_qstrSelfTest);
         const auto Shot = [&tViewer, &tOptions](const QString& _qstrName) {
-            const QPoint qptOrigin = tViewer.centralWidget()->mapToGlobal(QPoint(0, 0));
-            QGuiApplication::primaryScreen()
-                ->grabWindow(0, qptOrigin.x(), qptOrigin.y(), tViewer.centralWidget()->width(),
-                             tViewer.centralWidget()->height())
+            ScreenOf(*tViewer.centralWidget())
                 .save(QStringLiteral("%1/%2.png").arg(tOptions.m_qstrSelfTest, _qstrName));
         };
         // A moment into a slow opening, the window answers and says what it opens.
