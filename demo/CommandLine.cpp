@@ -4,6 +4,13 @@
 
 namespace cmdline {
 
+const char* const SHARED_OPTIONS_USAGE =
+    "  --transport T  RTSP transport: tcp or udp (default tcp)\n"
+    "  --timeout S    a network source without data for S seconds (0.5 to 120) is\n"
+    "                 reconnected, or fails when opening (default 5)\n"
+    "  --renderer R   who draws the views: gl (OpenGL ES 3 through EGL), cpu, or auto: GL\n"
+    "                 on a GPU, else the CPU (default: KORVANE_RENDERER, else auto)\n";
+
 QString MountChoices() {
     return QStringLiteral("1 (wall), 2 (ceiling) or 3 (floor)");
 }

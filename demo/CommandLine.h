@@ -40,6 +40,10 @@ constexpr double MAX_TIMEOUT_S = 120;
 // "seconds, 0.5 to 120", as the messages and the usage texts say it.
 QString TimeoutChoices();
 
+// The --help lines of the options the demo and the viewer share: --transport, --timeout and
+// --renderer.
+extern const char* const SHARED_OPTIONS_USAGE;
+
 // What a command line asks for.
 enum class ParseResult { Run, Help, Refused };
 // The exit status of a command line that does not run (0 after printing the usage for --help,

@@ -107,15 +107,11 @@ void Usage() {
                 "  --mount N      mounting mode: %s (default 2)\n"
                 "  --sheet-width N  width of the contact sheet in pixels, 320 to 8192 (default 1280)\n"
                 "  --scale F      size of the views, 0.1 to 4 times the default (default 1)\n"
-                "  --transport T  RTSP transport: tcp or udp (default tcp)\n"
-                "  --timeout S    a network source without data for S seconds (0.5 to 120) is\n"
-                "                 reconnected, or fails when opening (default 5)\n"
+                "%s"
                 "  --fast         play files as fast as the engine decodes, not at their timestamps\n"
                 "  --step-seconds S  playing time of each step for live sources, 0.2 to 600 (default 2)\n"
-                "  --renderer R   who draws the views: gl (OpenGL ES 3 through EGL), cpu, or auto: GL\n"
-                "                 on a GPU, else the CPU (default: KORVANE_RENDERER, else auto)\n"
                 "  --help, -h     this text\n",
-                qPrintable(cmdline::MountChoices()));
+                qPrintable(cmdline::MountChoices()), cmdline::SHARED_OPTIONS_USAGE);
 }
 
 cmdline::ParseResult ParseOptions(const QStringList& _qlistArgs, Options& _tOptions) {

@@ -60,15 +60,12 @@ void Usage() {
         "                 (default source,fisheye,360,180,lat,ptz4)\n"
         "  --size WxH     picture size for the stream header, each side 16 to 16384\n"
         "                 (default: the stream's own)\n"
-        "  --transport T  RTSP transport: tcp or udp (default tcp)\n"
-        "  --timeout S    a network source without data for S seconds (0.5 to 120) is\n"
-        "                 reconnected, or fails when opening (default 5)\n"
-        "  --renderer R   who draws the views: gl (OpenGL ES 3 through EGL), cpu, or auto: GL\n"
-        "                 on a GPU, else the CPU (default: KORVANE_RENDERER, else auto)\n"
+        "%s"
         "  --verbose      show the library's and Qt's log lines on standard error\n"
         "  --self-test DIR  play a while, drag and zoom PTZ view 0, write screenshots into DIR, quit\n"
         "  --help, -h     this text\n",
-        MAX_CAMERAS, qPrintable(cmdline::MountChoices()), qPrintable(ViewChoices()));
+        MAX_CAMERAS, qPrintable(cmdline::MountChoices()), qPrintable(ViewChoices()),
+        cmdline::SHARED_OPTIONS_USAGE);
 }
 
 cmdline::ParseResult ParseOptions(const QStringList& _qlistArgs, Options& _tOptions) {
